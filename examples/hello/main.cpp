@@ -1,0 +1,19 @@
+// Builds a few texts with the library's String and prints how they are stored.
+#include <orvik_utilities.h>
+
+#include <cstdio>
+
+int main(int argc, char** argv) {
+    String greeting("liborvik_utilities");
+    String copy(greeting);
+    copy += " says hello";
+    for (int i = 1; i < argc; ++i) {
+        copy += ' ';
+        copy += argv[i];
+    }
+    std::printf("%s\n", copy.buffer());
+    std::printf("original \"%s\": length %ld\n", greeting.buffer(), greeting.length());
+    std::printf("copy: length %ld, capacity %ld\n", copy.length(),
+                String::StringBuffer::NEAREST_VALID_STRING_LENGTH(copy.length()));
+    return greeting.length() == 18 && copy.length() > greeting.length() ? 0 : 1;
+}

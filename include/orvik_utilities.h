@@ -1,0 +1,8 @@
+// The whole exported interface of liborvik_utilities.
+#ifndef ORVIK_UTILITIES_H
+#define ORVIK_UTILITIES_H
+
+#include <orvik_utilities/export.h>
+#include <orvik_utilities/text/String.h>
+
+#endif
