@@ -3,6 +3,7 @@
 #define ORVIK_UTILITIES_H
 
 #include <orvik_utilities/export.h>
+#include <orvik_utilities/text/Format.h>
 #include <orvik_utilities/text/String.h>
 
 #endif

@@ -221,8 +221,8 @@ void String::internalConcat(char const* bytes, long count) {
         // Overlap-safe: appending a String to itself reads from the same buffer.
         std::memmove(buf->characters + oldLength, bytes, static_cast<std::size_t>(count));
         StringAccess::setLength(*this, newLength);
-    } else if (Buffer* fresh = StringAccess::make(nearest(newLength), oldLength,
-                                                  buf->characters, count, bytes)) {
+    } else if (Buffer* fresh = StringAccess::make(nearest(newLength), oldLength, buf->characters,
+                                                  count, bytes)) {
         StringAccess::adopt(*this, fresh);
     }
 }

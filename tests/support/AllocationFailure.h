@@ -36,8 +36,7 @@ std::size_t lastAllocationSize();
 // Runs scenario(fault) with fault set to fail the 0th, 1st, 2nd ... allocation after
 // arm(), first once and then always, until a run completes with nothing injected.
 // Returns the number of runs in which a failure was injected.
-template <typename Scenario>
-int sweepAllocationFailures(Scenario scenario) {
+template <typename Scenario> int sweepAllocationFailures(Scenario scenario) {
     int injectedRuns = 0;
     for (FailureMode mode : {FailureMode::Once, FailureMode::Always}) {
         for (long nth = 0;; ++nth) {

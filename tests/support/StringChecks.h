@@ -33,8 +33,8 @@ inline std::string textOf(String const& s) {
 inline ::testing::AssertionResult invariantsHold(String const& s) {
     int32_t length = StringAccess::length(s);
     if (length < 0 || length > StringAccess::capacity(s))
-        return ::testing::AssertionFailure() << "length " << length << " capacity "
-                                             << StringAccess::capacity(s);
+        return ::testing::AssertionFailure()
+               << "length " << length << " capacity " << StringAccess::capacity(s);
     if (s.buffer()[length] != '\0')
         return ::testing::AssertionFailure() << "no terminator at length " << length;
     if (StringAccess::references(s) < 1)

@@ -37,9 +37,10 @@ TEST(StringTest, SizingRuleRoundsUpInSixteensThenSixtyFours) {
         long needed;
         long capacity;
     } const rows[] = {
-        {0, 7},     {7, 7},     {8, 23},    {23, 23},     {24, 39},   {104, 119}, {119, 119},
-        {120, 135}, {127, 135}, {128, 191}, {191, 191},   {192, 255}, {255, 255}, {256, 319},
-        {4096, 4159}, {INT32_MAX, INT32_MAX},
+        {0, 7},     {7, 7},     {8, 23},      {23, 23},
+        {24, 39},   {104, 119}, {119, 119},   {120, 135},
+        {127, 135}, {128, 191}, {191, 191},   {192, 255},
+        {255, 255}, {256, 319}, {4096, 4159}, {INT32_MAX, INT32_MAX},
     };
     for (Row const& row : rows) {
         EXPECT_EQ(String::StringBuffer::NEAREST_VALID_STRING_LENGTH(row.needed), row.capacity)
@@ -128,8 +129,8 @@ TEST(StringTest, AppendWritesInPlaceOnlyIntoAnUnsharedBufferWithRoom) {
     char const* before = s.buffer();
     {
         AllocationCounter counter;
-        s += "defg";      // 7 characters: still fits capacity 7
-        s += '\0'; // NUL appends nothing
+        s += "defg"; // 7 characters: still fits capacity 7
+        s += '\0';   // NUL appends nothing
         s.concat("", 0L);
         EXPECT_EQ(counter.count(), 0);
     }
@@ -267,8 +268,8 @@ TEST(StringTest, AllocationFailureLeavesStringUnchanged) {
         String sum = original + "!";
         failed = fault.disarm();
 
-        for (String const* each : {&s, &grown, &built, &sized, &sliced, &single, &assigned,
-                                   &charAssigned, &sum}) {
+        for (String const* each :
+             {&s, &grown, &built, &sized, &sliced, &single, &assigned, &charAssigned, &sum}) {
             EXPECT_TRUE(invariantsHold(*each));
         }
         EXPECT_TRUE(textOf(s) == "shared textmore" || textOf(s) == "shared text");

@@ -112,6 +112,114 @@ public:
     /// A static empty String, built on first use and destroyed at exit.
     static String& EMPTY();
 
+    // ---- comparison and search: nothing here changes the String ----
+    // Two Strings holding one buffer answer at once. Positions are 0-based; -1 is "none".
+
+    /// The sign of strcmp(other, this) as -1, 0 or 1: 1 when this text sorts first, the
+    /// reverse of operator<.
+    int compareTo(String const& other) const;
+    /// stricmp(other, this), with the same reversed sense: -1, 0 or 1.
+    int compareToIgnoreCase(String const& other) const;
+    /// Same length and same bytes (embedded NULs included).
+    bool equals(String const& other) const;
+    /// strcmp equality; null matches exactly the empty text.
+    bool equals(char const* text) const;
+    /// Same length, and strnicmp over it finds no difference (it stops at a shared NUL).
+    bool equalsIgnoreCase(String const& other) const;
+    /// stricmp equality; null matches exactly the empty text.
+    bool equalsIgnoreCase(char const* text) const;
+    bool startsWith(String const& prefix) const;
+    /// False for a negative offset or too little text after it.
+    bool startsWith(String const& prefix, long offset) const;
+    bool endsWith(String const& suffix) const;
+    /// count characters from offset and otherOffset match (strncmp or strnicmp); false when
+    /// count is negative or either range is not wholly inside its text (sums never wrap).
+    bool regionMatches(bool ignoreCase, long offset, String const& other, long otherOffset,
+                       long count) const;
+    bool regionMatches(long offset, String const& other, long otherOffset, long count) const;
+    /// Moves [begin, end), clamped into the text, to destination (no terminator); returns
+    /// the number moved, 0 for a null destination.
+    long getChars(long begin, long end, char* destination) const;
+
+    /// -1 for NUL.
+    long indexOf(char c) const;
+    /// From fromIndex (negative counts as 0); -1 for NUL or fromIndex >= length.
+    long indexOf(char c, long fromIndex) const;
+    /// First occurrence as strstr finds it: both texts end at their first NUL for this
+    /// search. An empty argument gives 0.
+    long indexOf(String const& text) const;
+    /// As indexOf from fromIndex (negative counts as 0); -1 when fewer characters than the
+    /// argument's length follow fromIndex.
+    long indexOf(String const& text, long fromIndex) const;
+    /// First position where strnicmp over the argument's length finds no difference.
+    long indexOfIgnoreCase(String const& text) const;
+    /// From fromIndex (negative counts as 0), with the same room rule as indexOf.
+    long indexOfIgnoreCase(String const& text, long fromIndex) const;
+    /// Backwards over the whole length; NUL is found like any other byte.
+    long lastIndexOf(char c) const;
+    /// Backwards from the smaller of fromIndex and length-1; -1 for a negative fromIndex.
+    long lastIndexOf(char c, long fromIndex) const;
+    /// Last occurrence; an empty argument gives the length. Of an argument with a NUL only
+    /// the part before it is sought, and a hit within the last argument-length characters
+    /// answers with their start.
+    long lastIndexOf(String const& text) const;
+    /// Last occurrence starting at or before fromIndex; -1 for a negative fromIndex.
+    long lastIndexOf(String const& text, long fromIndex) const;
+    /// Last position where strnicmp over the argument's length finds no difference.
+    long lastIndexOfIgnoreCase(String const& text) const;
+    /// As above, starting no later than fromIndex; -1 for a negative fromIndex.
+    long lastIndexOfIgnoreCase(String const& text, long fromIndex) const;
+
+    // ---- editing: copy on write; an allocation failure leaves the String unchanged ----
+
+    /// Every from becomes to; nothing when to is NUL or the text is empty. Un-shares by
+    /// copying the buffer at its capacity.
+    void replace(char from, char to);
+    /// 'A'-'Z' only; un-shares as replace does.
+    void toLowerCase();
+    void toUpperCase();
+    /// Removes leading and trailing tab, LF, VT, FF, CR and space; all-blank gives the
+    /// shared empty buffer.
+    void trim();
+    /// Keeps the characters before position (negative counts as 0).
+    String& deleteRegion(long position);
+    /// Removes [start, end), start clamped up to 0 and end down to the length.
+    String& deleteRegion(long start, long end);
+    /// Inserts before position (0 .. length); nothing for an empty argument or a position
+    /// outside the text.
+    String& insert(long position, String const& text);
+    /// The text must not point into this String.
+    String& insert(long position, char const* text);
+    String& insert(long position, char c);
+    /// Appends formatted text: the length is vstrlenf's count, the characters the platform
+    /// vsnprintf's cut to it. Where the platform writes fewer ("%.0d" of 0), the engine's own
+    /// text fills the field. Arguments must not point into this String (a new buffer is
+    /// adopted only after writing, so they stay readable, but in place they are overwritten).
+    String& concatf(char const* format, ...) ORVIK_PRINTF_LIKE(2, 3);
+    /// Replaces the text with formatted text, sized and written as concatf; a count of 0
+    /// gives the shared empty buffer.
+    String& format(char const* format, ...) ORVIK_PRINTF_LIKE(2, 3);
+
+    /// The text from start to the end; empty unless 0 <= start < length.
+    String substring(long start) const;
+    /// [start, end) cut at the length; empty when start >= end or start >= length. A
+    /// negative start counts as 0, as in deleteRegion: (-2, 3) on "abcdef" gives "abc".
+    String substring(long start, long end) const;
+    /// sscanf "%i" (decimal, 0x hexadecimal, 0 octal, sign, leading blanks); -1 when
+    /// nothing converts, so "-1" and "abc" look alike. Values beyond 32 bits saturate at
+    /// INT_MIN/INT_MAX on every host, as the device's 32-bit long conversion does.
+    int toInteger() const;
+
+    static String stringOf(bool value);
+    static String stringOf(char c);
+    static String stringOf(char const* text);
+    static String stringOf(char const* text, long offset, long count);
+    /// "%ld", "%lu" and "%p" by the platform's snprintf; a 64-bit host prints its whole
+    /// long and pointer, which agrees with the device for every value the device can hold.
+    static String stringOf(long value);
+    static String stringOf(unsigned long value);
+    static String stringOf(void* pointer);
+
 private:
     friend struct orvik::detail::StringAccess;
 
@@ -128,5 +236,32 @@ ORVIK_API String operator+(String const& left, char right);
 /// String built from the left operand, then += of the right one.
 ORVIK_API String operator+(char const* left, String const& right);
 ORVIK_API String operator+(char left, String const& right);
+
+// Comparison operators: strcmp order of the texts (bytes unsigned, stopping at NUL);
+// one buffer held by both operands answers at once. A null char const* is the empty text
+// judged by length: a String whose text starts with a NUL byte is still greater.
+ORVIK_API bool operator==(String const& left, String const& right);
+ORVIK_API bool operator!=(String const& left, String const& right);
+ORVIK_API bool operator<(String const& left, String const& right);
+ORVIK_API bool operator>(String const& left, String const& right);
+ORVIK_API bool operator<=(String const& left, String const& right);
+ORVIK_API bool operator>=(String const& left, String const& right);
+ORVIK_API bool operator==(String const& left, char const* right);
+ORVIK_API bool operator==(char const* left, String const& right);
+ORVIK_API bool operator!=(String const& left, char const* right);
+ORVIK_API bool operator!=(char const* left, String const& right);
+ORVIK_API bool operator<(String const& left, char const* right);
+ORVIK_API bool operator<(char const* left, String const& right);
+ORVIK_API bool operator>(String const& left, char const* right);
+ORVIK_API bool operator>(char const* left, String const& right);
+ORVIK_API bool operator<=(String const& left, char const* right);
+ORVIK_API bool operator<=(char const* left, String const& right);
+ORVIK_API bool operator>=(String const& left, char const* right);
+ORVIK_API bool operator>=(char const* left, String const& right);
+/// NUL equals exactly the empty text; otherwise the text is that one character.
+ORVIK_API bool operator==(String const& left, char right);
+ORVIK_API bool operator==(char left, String const& right);
+ORVIK_API bool operator!=(String const& left, char right);
+ORVIK_API bool operator!=(char left, String const& right);
 
 #endif

@@ -1,0 +1,550 @@
+// The formatting engine behind snxprintf, vsnxprintf, strlenf and vstrlenf.
+#include <orvik_utilities/text/Format.h>
+
+#include <cstring>
+#include <type_traits>
+
+namespace {
+
+constexpr uint32_t kLeft = 1;
+constexpr uint32_t kPlus = 2;
+constexpr uint32_t kSpace = 4;
+constexpr uint32_t kAlternate = 8;
+constexpr uint32_t kZero = 16;
+constexpr uint32_t kShort = 32;
+constexpr uint32_t kLong = 64;
+
+constexpr uint32_t kCountingSize = 0xFFFFFFFFu;
+
+char const kLowerDigits[] = "0123456789abcdef";
+char const kUpperDigits[] = "0123456789ABCDEF";
+
+// One formatting run. The store flag is the template parameter of the run, so the
+// counting run carries no stores and no destination at all.
+struct Output {
+    char* destination;
+    uint32_t size;
+    uint32_t stored;
+    uint32_t produced;
+    uint32_t skip; // never negative once the run has started
+};
+
+// Every character goes through this one step. A character that would take the last
+// byte is dropped without being counted, so "%n" never reports characters that were lost.
+template <bool kStore> inline void put(Output& out, char c) {
+    if (out.stored + 1 >= out.size)
+        return;
+    if (out.produced >= out.skip) {
+        if constexpr (kStore)
+            out.destination[out.stored] = c;
+        ++out.stored;
+    }
+    ++out.produced;
+}
+
+// Short pieces (literals, prefixes, the usual fills) are written inline: a call into the C
+// library costs more than such a copy.
+constexpr uint32_t kShortPiece = 16;
+
+inline char* copyBytes(char* to, char const* from, uint32_t count) {
+    // Two fixed-size copies that may overlap cover every length from 4 to 16; fixed sizes
+    // compile to plain moves (byte moves on the device, which has no unaligned access).
+    if (count > 2 * 8) {
+        std::memcpy(to, from, count);
+    } else if (count >= 8) {
+        std::memcpy(to, from, 8);
+        std::memcpy(to + count - 8, from + count - 8, 8);
+    } else if (count >= 4) {
+        std::memcpy(to, from, 4);
+        std::memcpy(to + count - 4, from + count - 4, 4);
+    } else {
+        for (uint32_t i = 0; i < count; ++i)
+            to[i] = from[i];
+    }
+    return to + count;
+}
+
+inline char* fillBytes(char* to, char fill, uint32_t count) {
+    if (count != 0)
+        std::memset(to, fill, count);
+    return to + count;
+}
+
+// Whether put() would store each of the next count characters: nothing is left to skip and
+// the terminator's byte stays free. Whole fields that pass are written without put().
+inline bool fits(Output const& out, uint32_t count) {
+    return out.produced >= out.skip && count < out.size - out.stored;
+}
+
+inline void advance(Output& out, uint32_t count) {
+    out.stored += count;
+    out.produced += count;
+}
+
+// put() applied to count characters at once: the skipped ones first (skipping never
+// fills the destination), then those that fit, and the rest dropped.
+template <bool kStore>
+__attribute__((noinline)) Output putManySlowly(Output out, char const* text, char fill,
+                                               uint32_t count) {
+    if (out.stored + 1 >= out.size)
+        return out;
+    uint32_t skipped = 0;
+    if (out.produced < out.skip) {
+        uint32_t const toSkip = out.skip - out.produced;
+        skipped = count < toSkip ? count : toSkip;
+        out.produced += skipped;
+        count -= skipped;
+    }
+    uint32_t const room = out.size - 1 - out.stored;
+    uint32_t const taken = count < room ? count : room;
+    if constexpr (kStore) {
+        if (text != nullptr)
+            std::memcpy(out.destination + out.stored, text + skipped, taken);
+        else
+            std::memset(out.destination + out.stored, fill, taken);
+    }
+    advance(out, taken);
+    return out;
+}
+
+template <bool kStore> inline void putText(Output& out, char const* text, uint32_t count) {
+    if (!fits(out, count)) {
+        out = putManySlowly<kStore>(out, text, '\0', count);
+        return;
+    }
+    if constexpr (kStore)
+        copyBytes(out.destination + out.stored, text, count);
+    advance(out, count);
+}
+
+template <bool kStore> inline void putFill(Output& out, char fill, uint32_t count) {
+    if (count == 0)
+        return;
+    if (!fits(out, count)) {
+        out = putManySlowly<kStore>(out, nullptr, fill, count);
+        return;
+    }
+    if constexpr (kStore)
+        fillBytes(out.destination + out.stored, fill, count);
+    advance(out, count);
+}
+
+template <uint32_t kPower, typename Emit> inline uint32_t decimalDigit(uint32_t v, Emit& emit) {
+    emit(static_cast<char>('0' + v / kPower));
+    return v % kPower;
+}
+
+// Digits from the highest power of ten down. Constant divisors let the compiler divide by
+// multiplying; the device has no divide instruction, and a library call per digit would
+// dominate a short conversion.
+template <typename Emit> void emitDecimal(uint32_t v, int32_t digits, Emit emit) {
+    switch (digits) {
+    case 10:
+        v = decimalDigit<1000000000u>(v, emit);
+        [[fallthrough]];
+    case 9:
+        v = decimalDigit<100000000u>(v, emit);
+        [[fallthrough]];
+    case 8:
+        v = decimalDigit<10000000u>(v, emit);
+        [[fallthrough]];
+    case 7:
+        v = decimalDigit<1000000u>(v, emit);
+        [[fallthrough]];
+    case 6:
+        v = decimalDigit<100000u>(v, emit);
+        [[fallthrough]];
+    case 5:
+        v = decimalDigit<10000u>(v, emit);
+        [[fallthrough]];
+    case 4:
+        v = decimalDigit<1000u>(v, emit);
+        [[fallthrough]];
+    case 3:
+        v = decimalDigit<100u>(v, emit);
+        [[fallthrough]];
+    case 2:
+        v = decimalDigit<10u>(v, emit);
+        [[fallthrough]];
+    default:
+        emit(static_cast<char>('0' + v));
+    }
+}
+
+// "00" to "99": a whole field is written from its last digit up, two digits per division,
+// which halves the chain of dependent divisions emitDecimal needs.
+char const kDigitPairs[] =
+    "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+    "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+    "8081828384858687888990919293949596979899";
+
+inline char* writeDecimal(char* to, uint32_t v, int32_t digits) {
+    char* const end = to + digits;
+    char* at = end;
+    while (v >= 100) {
+        uint32_t const rest = v / 100;
+        at -= 2;
+        std::memcpy(at, kDigitPairs + 2 * (v - rest * 100), 2);
+        v = rest;
+    }
+    if (v >= 10)
+        std::memcpy(at - 2, kDigitPairs + 2 * v, 2);
+    else
+        at[-1] = static_cast<char>('0' + v);
+    return end;
+}
+
+// Bases 8 and 16 are powers of two: dividing by a power of the base is a shift.
+template <typename Emit>
+void emitBinary(uint32_t v, int32_t digits, uint32_t bitsPerDigit, char const* table,
+                Emit emit) {
+    uint32_t const mask = (1u << bitsPerDigit) - 1;
+    for (uint32_t shift = static_cast<uint32_t>(digits - 1) * bitsPerDigit;; shift -= bitsPerDigit) {
+        emit(table[(v >> shift) & mask]);
+        if (shift == 0)
+            break;
+    }
+}
+
+constexpr uint32_t kPowersOfTen[] = {1u,       10u,       100u,       1000u,      10000u,
+                                      100000u,  1000000u,  10000000u,  100000000u, 1000000000u};
+
+// The digit count from the highest set bit: bits × 1233 / 4096 undershoots the decimal
+// logarithm by at most one, which one comparison settles. 0 counts as one digit.
+int32_t decimalDigits(uint32_t v) {
+    uint32_t const nonZero = v | 1;
+    auto const bits = static_cast<uint32_t>(32 - __builtin_clz(nonZero));
+    uint32_t const estimate = (bits * 1233) >> 12;
+    return static_cast<int32_t>(estimate + (nonZero >= kPowersOfTen[estimate] ? 1 : 0));
+}
+
+// The digit count follows from the highest set bit.
+int32_t binaryDigits(uint32_t v, uint32_t bitsPerDigit) {
+    auto const bits = static_cast<uint32_t>(v == 0 ? 1 : 32 - __builtin_clz(v));
+    return static_cast<int32_t>((bits + bitsPerDigit - 1) / bitsPerDigit);
+}
+
+struct Directive {
+    uint32_t flags;
+    int32_t width;
+    int32_t precision;
+};
+
+inline int32_t wrapped(uint32_t v) { return static_cast<int32_t>(v); }
+
+// The fill that brings a field of the given length up to the width. A negative width (a '*'
+// width of INT_MIN, whose magnitude no int holds, or digits wrapped past INT_MAX) fills
+// nothing, in numbers and strings alike.
+inline uint32_t fillFor(int32_t width, uint32_t length) {
+    return width > 0 && static_cast<uint32_t>(width) > length ? static_cast<uint32_t>(width) - length
+                                                              : 0;
+}
+
+// How one number is written: its base (10, or 8 and 16 by bits per digit), digit table and
+// prefix.
+struct NumberForm {
+    uint32_t bitsPerDigit; // 0 for decimal
+    char const* table;
+    char const* prefix;
+    uint32_t prefixLength;
+};
+
+template <bool kStore>
+inline void putNumber(Output& out, Directive d, uint32_t v, NumberForm form) {
+    int32_t const digits =
+        form.bitsPerDigit == 0 ? decimalDigits(v) : binaryDigits(v, form.bitsPerDigit);
+    int32_t precision = d.precision;
+    if ((d.flags & kZero) != 0 && d.width > 0 && d.width > precision)
+        precision = d.width - static_cast<int32_t>(form.prefixLength);
+    uint32_t const zeros = precision > digits ? static_cast<uint32_t>(precision - digits) : 0;
+    uint32_t const length = zeros + static_cast<uint32_t>(digits) + form.prefixLength;
+    uint32_t const pad = fillFor(d.width, length);
+    bool const left = (d.flags & kLeft) != 0;
+
+    // pad + length is at most the larger of the width and length, so it cannot wrap.
+    if (fits(out, pad + length)) {
+        if constexpr (kStore) {
+            char* to = out.destination + out.stored;
+            if (!left)
+                to = fillBytes(to, ' ', pad);
+            for (uint32_t i = 0; i < form.prefixLength; ++i)
+                *to++ = form.prefix[i];
+            to = fillBytes(to, '0', zeros);
+            if (form.bitsPerDigit == 0)
+                to = writeDecimal(to, v, digits);
+            else
+                emitBinary(v, digits, form.bitsPerDigit, form.table, [&to](char c) { *to++ = c; });
+            if (left)
+                fillBytes(to, ' ', pad);
+        }
+        advance(out, pad + length);
+        return;
+    }
+
+    if (!left)
+        putFill<kStore>(out, ' ', pad);
+    for (uint32_t i = 0; i < form.prefixLength; ++i)
+        put<kStore>(out, form.prefix[i]);
+    putFill<kStore>(out, '0', zeros);
+    auto emit = [&out](char c) { put<kStore>(out, c); };
+    if (form.bitsPerDigit == 0)
+        emitDecimal(v, digits, emit);
+    else
+        emitBinary(v, digits, form.bitsPerDigit, form.table, emit);
+    if (left)
+        putFill<kStore>(out, ' ', pad);
+}
+
+template <bool kStore>
+__attribute__((always_inline)) inline void putString(Output& out, Directive d, char const* text, uint32_t length) {
+    uint32_t const fill = fillFor(d.width, length);
+    if ((d.flags & kLeft) == 0)
+        putFill<kStore>(out, (d.flags & kZero) != 0 ? '0' : ' ', fill);
+    putText<kStore>(out, text, length);
+    if ((d.flags & kLeft) != 0)
+        putFill<kStore>(out, ' ', fill);
+}
+
+// At most precision bytes of the text are read, so a precision may bound an unterminated
+// buffer. The usual short texts are measured inline, longer ones by the C library.
+uint32_t textLength(char const* text, int32_t precision) {
+    if (precision < 0) {
+        for (uint32_t n = 0; n < kShortPiece; ++n) {
+            if (text[n] == '\0')
+                return n;
+        }
+        return static_cast<uint32_t>(kShortPiece + std::strlen(text + kShortPiece));
+    }
+    auto const limit = static_cast<uint32_t>(precision);
+    for (uint32_t n = 0; n < kShortPiece; ++n) {
+        if (n == limit || text[n] == '\0')
+            return n;
+    }
+    return static_cast<uint32_t>(kShortPiece + strnlen(text + kShortPiece, limit - kShortPiece));
+}
+
+// The arguments are read straight from the caller's list, as the C library's v-functions
+// do; the caller's list is spent afterwards either way. A va_list parameter is a pointer
+// on some hosts and a copy on others, so the helpers share it as the parameter's own type.
+// (A va_copy here would cost more than a short conversion: its wide load of the list that
+// va_start has just written field by field cannot be forwarded from those stores.)
+using ArgList = std::decay_t<va_list>;
+
+// 'l' arguments are longs, which are 64 bits on a 64-bit host: the slot is read whole and
+// its low 32 bits kept, so every host formats what the device would.
+inline uint32_t unsignedArgument(ArgList& args, uint32_t flags) {
+    uint32_t v = (flags & kLong) != 0 ? static_cast<uint32_t>(va_arg(args, unsigned long))
+                                      : va_arg(args, unsigned int);
+    return (flags & kShort) != 0 ? v & 0xFFFFu : v;
+}
+
+inline uint32_t signedArgument(ArgList& args, uint32_t flags) {
+    uint32_t v = (flags & kLong) != 0 ? static_cast<uint32_t>(va_arg(args, long))
+                                      : static_cast<uint32_t>(va_arg(args, int));
+    if ((flags & kShort) != 0)
+        v = (v & 0x8000u) != 0 ? v | 0xFFFF0000u : v & 0xFFFFu;
+    return v;
+}
+
+inline bool isDigit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
+
+// Reads decimal digits; the value wraps in 32 bits rather than overflowing an int.
+inline int32_t readNumber(char const*& f) {
+    uint32_t n = 0;
+    while (isDigit(*f))
+        n = n * 10 + static_cast<uint32_t>(*f++ - '0');
+    return wrapped(n);
+}
+
+// Parses and emits the directive after a '%'; f points at the character following the
+// '%' and is left on the last character the directive used, or on the format's NUL.
+template <bool kStore> void runDirective(Output& out, char const*& f, ArgList& args) {
+    Directive d{0, 0, -1};
+    // Every flag character sorts at or below '0', so letters and digits leave at once.
+    for (; *f <= '0'; ++f) {
+        uint32_t bit;
+        switch (*f) {
+        case '-':
+            bit = kLeft;
+            break;
+        case '+':
+            bit = kPlus;
+            break;
+        case ' ':
+            bit = kSpace;
+            break;
+        case '#':
+            bit = kAlternate;
+            break;
+        case '0':
+            bit = kZero;
+            break;
+        default:
+            bit = 0;
+            break;
+        }
+        if (bit == 0)
+            break;
+        d.flags |= bit;
+    }
+    if ((d.flags & kLeft) != 0)
+        d.flags &= ~kZero;
+
+    // A negative '*' width means '-', but a '0' among the flags was already kept.
+    if (*f == '*') {
+        int const width = va_arg(args, int);
+        if (width < 0) {
+            d.flags |= kLeft;
+            d.width = wrapped(0u - static_cast<uint32_t>(width));
+        } else {
+            d.width = width;
+        }
+        ++f;
+    } else {
+        d.width = readNumber(f);
+    }
+
+    if (*f == '.') {
+        ++f;
+        if (*f == '*') {
+            int const precision = va_arg(args, int);
+            d.precision = precision < 0 ? -1 : precision;
+            ++f;
+        } else {
+            d.precision = readNumber(f);
+        }
+    }
+
+    if (*f == 'h') {
+        d.flags |= kShort;
+        ++f;
+    } else if (*f == 'l') {
+        d.flags |= kLong;
+        ++f;
+    }
+
+    char const conversion = *f;
+    uint32_t v;
+    NumberForm form{0, kLowerDigits, "", 0};
+    switch (conversion) {
+    case '\0':
+        return;
+    case 'd':
+    case 'i':
+        v = signedArgument(args, d.flags);
+        // The magnitude is taken unsigned, so the most negative int needs no special case.
+        if ((v & 0x80000000u) != 0) {
+            v = 0u - v;
+            form.prefix = "-";
+        } else if ((d.flags & kPlus) != 0) {
+            form.prefix = "+";
+        } else if ((d.flags & kSpace) != 0) {
+            form.prefix = " ";
+        }
+        form.prefixLength = form.prefix[0] != '\0' ? 1 : 0;
+        break;
+    case 'o':
+        v = unsignedArgument(args, d.flags);
+        form = {3, kLowerDigits, "0", (d.flags & kAlternate) != 0 && v != 0 ? 1u : 0u};
+        break;
+    case 'u':
+        v = unsignedArgument(args, d.flags);
+        break;
+    case 'x':
+    case 'X':
+        v = unsignedArgument(args, d.flags);
+        form = {4, conversion == 'X' ? kUpperDigits : kLowerDigits,
+                conversion == 'X' ? "0X" : "0x", (d.flags & kAlternate) != 0 && v != 0 ? 2u : 0u};
+        break;
+    case 'p':
+        // Pointers are 32 bits on the device; a 64-bit host keeps the low half.
+        v = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(va_arg(args, void*)));
+        form = {4, kLowerDigits, "0x", 2};
+        break;
+    case 'c': {
+        char const c = static_cast<char>(va_arg(args, int));
+        putString<kStore>(out, d, &c, c == '\0' || d.precision == 0 ? 0 : 1);
+        ++f;
+        return;
+    }
+    case 's': {
+        char const* text = va_arg(args, char const*);
+        if (text == nullptr)
+            text = "(null)";
+        putString<kStore>(out, d, text, textLength(text, d.precision));
+        ++f;
+        return;
+    }
+    case 'n':
+        // Reported in the counting run too: a caller sizing a buffer sees the same counts.
+        if ((d.flags & kShort) != 0)
+            *va_arg(args, short*) = static_cast<short>(out.produced & 0xFFFFu);
+        else
+            *va_arg(args, int*) = static_cast<int>(out.produced);
+        ++f;
+        return;
+    default:
+        put<kStore>(out, conversion);
+        ++f;
+        return;
+    }
+    // Only numbers give up '0' for a precision; "%05.1s" still fills with zeros.
+    if (d.precision >= 0)
+        d.flags &= ~kZero;
+    putNumber<kStore>(out, d, v, form);
+    ++f;
+}
+
+template <bool kStore>
+uint32_t run(char* destination, int32_t skip, uint32_t size, char const* format,
+             ArgList args) {
+    Output out{destination, size, 0, 0, static_cast<uint32_t>(skip)};
+    char const* f = format;
+    for (;;) {
+        char const* literal = f;
+        while (*f != '%' && *f != '\0')
+            ++f;
+        if (f != literal)
+            putText<kStore>(out, literal, static_cast<uint32_t>(f - literal));
+        if (*f == '\0')
+            break;
+        ++f;
+        if (*f == '%') {
+            put<kStore>(out, '%');
+            ++f;
+        } else {
+            runDirective<kStore>(out, f, args);
+        }
+    }
+    if constexpr (kStore)
+        out.destination[out.stored] = '\0';
+    return out.stored;
+}
+
+} // namespace
+
+int vsnxprintf(char* dest, int32_t skip, uint32_t size, char const* format, va_list args) {
+    if (dest == nullptr || size == 0 || skip < 0)
+        return 0;
+    return static_cast<int>(run<true>(dest, skip, size, format, args));
+}
+
+int snxprintf(char* dest, int32_t skip, uint32_t size, char const* format, ...) {
+    va_list args;
+    va_start(args, format);
+    int const stored = vsnxprintf(dest, skip, size, format, args);
+    va_end(args);
+    return stored;
+}
+
+int vstrlenf(char const* format, va_list args) {
+    return static_cast<int>(run<false>(nullptr, 0, kCountingSize, format, args));
+}
+
+int strlenf(char const* format, ...) {
+    va_list args;
+    va_start(args, format);
+    int const length = vstrlenf(format, args);
+    va_end(args);
+    return length;
+}

@@ -1,0 +1,309 @@
+// The formatting engine: glibc as oracle for the shared directives, slices, and the
+// directives where the engine deliberately parts from glibc.
+#include <orvik_utilities/text/Format.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <random>
+#include <string>
+
+namespace {
+
+// Formats into a roomy buffer and checks that snxprintf stored what strlenf counts.
+__attribute__((format(printf, 1, 2))) std::string fmt(char const* format, ...) {
+    char out[256];
+    va_list args;
+    va_list again;
+    va_start(args, format);
+    va_copy(again, args);
+    int const stored = vsnxprintf(out, 0, sizeof out, format, args);
+    int const length = vstrlenf(format, again);
+    va_end(again);
+    va_end(args);
+    EXPECT_EQ(stored, length) << format;
+    EXPECT_EQ(out[stored], '\0') << format;
+    return std::string(out, static_cast<std::size_t>(stored));
+}
+
+struct Row {
+    char const* expected;
+    std::string actual;
+};
+
+template <std::size_t N> void expectRows(Row const (&rows)[N]) {
+    for (std::size_t i = 0; i < N; ++i)
+        EXPECT_EQ(rows[i].actual, rows[i].expected) << "row " << i;
+}
+
+// A random format over the directives the engine shares with glibc, and its arguments.
+// Every argument travels in an intptr_t slot, which both ABIs pass exactly as they pass an
+// int, a long or a pointer; 'l' values are stored as the 64-bit long glibc reads there.
+struct RandomCase {
+    std::string format;
+    intptr_t slots[12] = {};
+};
+
+char const* const kTexts[] = {"", "a", "hello", "router-01", "with space", "0123456789abcdef"};
+uint32_t const kEdgeValues[] = {0,       1,          7,          9,          10,
+                                255,     0x7FFF,     0x8000,     0xFFFF,     0x10000,
+                                1000000, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 123456789};
+
+class RandomCases {
+public:
+    RandomCase next() {
+        RandomCase c;
+        std::size_t slot = 0;
+        for (uint32_t n = 1 + pick(4); n > 0; --n) {
+            for (uint32_t k = pick(4); k > 0; --k)
+                c.format += "ab -.:=|xyz09"[pick(13)];
+            if (pick(8) == 0)
+                c.format += "%%";
+            directive(c, slot);
+        }
+        return c;
+    }
+
+private:
+    std::mt19937 rng{20240611u};
+
+    uint32_t pick(uint32_t n) { return static_cast<uint32_t>(rng() % n); }
+
+    void directive(RandomCase& c, std::size_t& slot) {
+        char const conversion = "diouxXcs"[pick(8)];
+        bool const text = conversion == 'c' || conversion == 's';
+        std::string flags;
+        for (uint32_t k = pick(4); k > 0; --k)
+            flags += "-+ #0"[pick(5)];
+        // glibc pads strings with spaces under '0' and drops "%#.3o"'s own zero.
+        bool const zero = flags.find('0') != std::string::npos;
+        uint32_t const precisionMode = conversion == 'c' ? 0 : pick(4);
+        if (text || (conversion == 'o' && precisionMode != 0))
+            flags.erase(std::remove(flags.begin(), flags.end(), text ? '0' : '#'), flags.end());
+        c.format += '%' + flags;
+
+        uint32_t const widthMode = pick(3);
+        if (widthMode == 1) {
+            c.format += std::to_string(1 + pick(20));
+        } else if (widthMode == 2) {
+            // A negative '*' width keeps '0' here, where glibc lets '-' win.
+            int const width = static_cast<int>(pick(41)) - 20;
+            c.slots[slot++] = zero && !text ? std::abs(width) : width;
+            c.format += '*';
+        }
+        int precision = -1;
+        if (precisionMode == 1) {
+            precision = 0;
+            c.format += '.';
+        } else if (precisionMode == 2) {
+            precision = static_cast<int>(pick(13));
+            c.format += '.' + std::to_string(precision);
+        } else if (precisionMode == 3) {
+            precision = static_cast<int>(pick(16)) - 3;
+            c.slots[slot++] = precision;
+            c.format += ".*";
+        }
+        char const length = text ? '\0' : "\0hl"[pick(3)];
+        if (length != '\0')
+            c.format += length;
+        c.format += conversion;
+
+        if (conversion == 's') {
+            c.slots[slot++] = reinterpret_cast<intptr_t>(kTexts[pick(6)]);
+        } else if (conversion == 'c') {
+            c.slots[slot++] = static_cast<intptr_t>(' ' + pick(95));
+        } else {
+            uint32_t v = pick(2) == 0 ? kEdgeValues[pick(15)] : static_cast<uint32_t>(rng());
+            // glibc prints nothing for a zero value at precision 0; the engine prints "0".
+            if (precision == 0 && (length == 'h' ? v & 0xFFFFu : v) == 0)
+                v = 1;
+            bool const isSigned = conversion == 'd' || conversion == 'i';
+            c.slots[slot++] = isSigned ? static_cast<intptr_t>(static_cast<int32_t>(v))
+                                       : static_cast<intptr_t>(static_cast<uintptr_t>(v));
+        }
+    }
+};
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+int engineSlice(RandomCase const& c, char* dest, int32_t skip, uint32_t size) {
+    intptr_t const* s = c.slots;
+    return snxprintf(dest, skip, size, c.format.c_str(), s[0], s[1], s[2], s[3], s[4], s[5],
+                     s[6], s[7], s[8], s[9], s[10], s[11]);
+}
+
+int engineLength(RandomCase const& c) {
+    intptr_t const* s = c.slots;
+    return strlenf(c.format.c_str(), s[0], s[1], s[2], s[3], s[4], s[5], s[6], s[7], s[8], s[9],
+                   s[10], s[11]);
+}
+
+int libcOutput(RandomCase const& c, char* dest, std::size_t size) {
+    intptr_t const* s = c.slots;
+    return std::snprintf(dest, size, c.format.c_str(), s[0], s[1], s[2], s[3], s[4], s[5], s[6],
+                         s[7], s[8], s[9], s[10], s[11]);
+}
+#pragma GCC diagnostic pop
+
+TEST(FormatTest, AgreesWithTheCLibraryOnSharedDirectives) {
+    RandomCases cases;
+    for (int i = 0; i < 4000; ++i) {
+        RandomCase const c = cases.next();
+        char expected[512];
+        char actual[512];
+        int const expectedLength = libcOutput(c, expected, sizeof expected);
+        ASSERT_EQ(engineLength(c), expectedLength) << c.format;
+        ASSERT_EQ(engineSlice(c, actual, 0, sizeof actual), expectedLength) << c.format;
+        ASSERT_STREQ(actual, expected) << c.format;
+    }
+}
+
+TEST(FormatTest, StoresOnlyTheRequestedSlice) {
+    RandomCases cases;
+    for (int i = 0; i < 120; ++i) {
+        RandomCase const c = cases.next();
+        char fullText[512];
+        engineSlice(c, fullText, 0, sizeof fullText);
+        std::string const full = fullText;
+        auto const length = static_cast<int32_t>(full.size());
+        for (int32_t skip = 0; skip <= length + 1; ++skip) {
+            for (uint32_t size = 1; size <= static_cast<uint32_t>(length) + 2; ++size) {
+                char out[512];
+                std::memset(out, '#', sizeof out);
+                std::string const expected = full.substr(
+                    static_cast<std::size_t>(std::min(skip, length)), size - 1);
+                int const stored = engineSlice(c, out, skip, size);
+                ASSERT_EQ(std::string(out, static_cast<std::size_t>(stored)), expected)
+                    << c.format << " skip " << skip << " size " << size;
+                ASSERT_EQ(out[stored], '\0');
+                ASSERT_EQ(out[stored + 1], '#') << "wrote past the terminator";
+            }
+        }
+    }
+}
+
+TEST(FormatTest, SlicesAtTheEdgesOfTheOutput) {
+    char out[16];
+    struct Case {
+        int32_t skip;
+        uint32_t size;
+        char const* format;
+        char const* expected;
+    } const cases[] = {
+        {0, 4, "abcdef", "abc"}, {2, 4, "abcdef", "cde"}, {10, 8, "abc", ""},
+        {0, 1, "abcdef", ""},    {0, 8, "%100d", "       "}, {95, 8, "%100d", "    1"},
+    };
+    for (Case const& c : cases) {
+        std::memset(out, '#', sizeof out);
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+        int const stored = snxprintf(out, c.skip, c.size, c.format, 1);
+#pragma GCC diagnostic pop
+        EXPECT_STREQ(out, c.expected) << c.format << " skip " << c.skip;
+        EXPECT_EQ(stored, static_cast<int>(std::strlen(c.expected)));
+        EXPECT_EQ(out[c.size], '#') << "wrote past size";
+    }
+}
+
+TEST(FormatTest, InvalidSliceReturnsZeroAndWritesNothing) {
+    char out[8];
+    std::memset(out, '#', sizeof out);
+    EXPECT_EQ(snxprintf(out, 0, 0, "abc"), 0);
+    EXPECT_EQ(snxprintf(out, -1, sizeof out, "abc"), 0);
+    EXPECT_EQ(snxprintf(out, INT32_MIN, sizeof out, "abc"), 0);
+    EXPECT_EQ(snxprintf(nullptr, 0, sizeof out, "abc"), 0);
+    EXPECT_EQ(std::string(out, sizeof out), "########");
+}
+
+TEST(FormatTest, PartsFromTheCLibraryWhereTheDeviceDoes) {
+    char const* const none = nullptr;
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat"
+#pragma GCC diagnostic ignored "-Wformat-extra-args"
+#pragma GCC diagnostic ignored "-Wformat-overflow"
+    Row const rows[] = {
+        // A zero value always prints one digit, also at precision 0.
+        {"0", fmt("%.0d", 0)},
+        {"0|+0|0", fmt("%#.0x|%+.0d|%.u", 0, 0, 0u)},
+        // "%p" always has "0x", also for null; '0' fills after the prefix.
+        {"0x0", fmt("%p", static_cast<void*>(nullptr))},
+        {"       0x0", fmt("%10p", static_cast<void*>(nullptr))},
+        {"0xfffffff0|0x00ff", fmt("%p|%06p", reinterpret_cast<void*>(0xFFFFFFF0u),
+                                  reinterpret_cast<void*>(0xFFu))},
+        // '0' fills strings and characters too, whatever the precision.
+        {"000ab|0000x|00a", fmt("%05s|%05c|%03.1s", "ab", 'x', "abc")},
+        // A NUL character and precision 0 leave only the fill.
+        {"|   |  ", fmt("%c|%3c|%2.0c", 0, 0, 'x')},
+        // A null string prints as "(null)", which a precision cuts.
+        {"(null)|(n", fmt("%s|%.2s", none, none)},
+        // '#' puts its "0" before the precision's zeros.
+        {"0010", fmt("%#.3o", 8u)},
+        // A negative '*' width sets '-' but keeps a '0' flag, which then takes the width.
+        {"7   |0007", fmt("%*d|%0*d", -4, 7, -4, 7)},
+        // A '*' width of INT_MIN has no int magnitude and pads nothing.
+        {"5|ab", fmt("%*d|%*s", INT_MIN, 5, INT_MIN, "ab")},
+        // Unknown conversions print themselves and take no argument.
+        {"f7", fmt("%f%d", 7)},
+        {"k4", fmt("%-08.3k%d", 4)},
+        {"ld5|hd9", fmt("%lld%d|%hhd%d", 5, 9)},
+        {"%|%3", fmt("%5%|%-%%d", 3)},
+        // A format ending inside a directive ends the output there.
+        {"ab", fmt("ab%")},
+        {"ab", fmt("ab%-08.3")},
+        {"ab", fmt("ab%*", 5)},
+        {"ab", fmt("ab%l")},
+    };
+#pragma GCC diagnostic pop
+    expectRows(rows);
+}
+
+TEST(FormatTest, ArgumentsHaveTheDeviceWidths) {
+    Row const rows[] = {
+        // The most negative int keeps its magnitude.
+        {"-2147483648|-2147483648|2147483648", fmt("%d|%ld|%u", INT_MIN, static_cast<long>(INT_MIN),
+                                                   static_cast<unsigned>(INT_MIN))},
+        {"-002147483648|80000000", fmt("%.12i|%x", INT_MIN, 0x80000000u)},
+        // 'h' keeps the low 16 bits, signed for 'd' and 'i'.
+        {"-1|1|2345|-32768|32767", fmt("%hd|%hu|%hx|%hi|%hd", 65535, 65537u, 0x12345u, 0x18000,
+                                       0x7FFF)},
+        // 'l' reads a long but keeps 32 bits, as the device's long has.
+        {"89abcdef|4294967295",
+         fmt("%lx|%lu", static_cast<unsigned long>(UINT64_C(0x0123456789abcdef)),
+             static_cast<unsigned long>(UINT32_MAX))},
+        // Pointers print 32 bits with lower-case digits.
+        {"0x80000000|0xdeadbeef", fmt("%p|%p", reinterpret_cast<void*>(0x80000000u),
+                                      reinterpret_cast<void*>(0xDEADBEEFu))},
+    };
+    expectRows(rows);
+}
+
+TEST(FormatTest, CountsEveryProducedCharacterButNotDroppedOnes) {
+    char out[16];
+    int n = -1;
+    EXPECT_EQ(strlenf("abc%n", &n), 3);
+    EXPECT_EQ(n, 3);
+    // Skipped characters count: the position is in the whole output.
+    EXPECT_EQ(snxprintf(out, 2, sizeof out, "abc%nd", &n), 2);
+    EXPECT_STREQ(out, "cd");
+    EXPECT_EQ(n, 3);
+    // Dropped characters do not, whether literal, converted or due after a skip.
+    EXPECT_EQ(snxprintf(out, 0, 3, "abcdef%n", &n), 2);
+    EXPECT_EQ(n, 2);
+    EXPECT_EQ(snxprintf(out, 1, 3, "%5d%n", 12345, &n), 2);
+    EXPECT_EQ(n, 3);
+    EXPECT_EQ(snxprintf(out, 2, 1, "abc%n", &n), 0);
+    EXPECT_EQ(n, 0);
+    // Without 'h' all 32 bits are stored; with 'h' only 16, leaving the neighbour alone.
+    EXPECT_EQ(strlenf("%70000d%n", 1, &n), 70000);
+    EXPECT_EQ(n, 70000);
+    short pair[2] = {-1, -1};
+    EXPECT_EQ(strlenf("%70000d%hn", 1, &pair[0]), 70000);
+    EXPECT_EQ(pair[0], static_cast<short>(70000 - 65536));
+    EXPECT_EQ(pair[1], -1);
+}
+
+} // namespace
