@@ -25,21 +25,26 @@ struct Output {
     char* destination;
     uint32_t size;
     uint32_t stored;
-    uint32_t produced;
+    // Characters counted but not stored: produced is stored + skipped. Keeping this part
+    // apart leaves one counter to advance on the usual path, where nothing is skipped.
+    uint32_t skipped;
     uint32_t skip; // never negative once the run has started
 };
+
+inline uint32_t produced(Output const& out) { return out.stored + out.skipped; }
 
 // Every character goes through this one step. A character that would take the last
 // byte is dropped without being counted, so "%n" never reports characters that were lost.
 template <bool kStore> inline void put(Output& out, char c) {
     if (out.stored + 1 >= out.size)
         return;
-    if (out.produced >= out.skip) {
+    if (produced(out) >= out.skip) {
         if constexpr (kStore)
             out.destination[out.stored] = c;
         ++out.stored;
+    } else {
+        ++out.skipped;
     }
-    ++out.produced;
 }
 
 // Short pieces (literals, prefixes, the usual fills) are written inline: a call into the C
@@ -73,26 +78,24 @@ inline char* fillBytes(char* to, char fill, uint32_t count) {
 // Whether put() would store each of the next count characters: nothing is left to skip and
 // the terminator's byte stays free. Whole fields that pass are written without put().
 inline bool fits(Output const& out, uint32_t count) {
-    return out.produced >= out.skip && count < out.size - out.stored;
+    return produced(out) >= out.skip && count < out.size - out.stored;
 }
 
-inline void advance(Output& out, uint32_t count) {
-    out.stored += count;
-    out.produced += count;
-}
+inline void advance(Output& out, uint32_t count) { out.stored += count; }
 
 // put() applied to count characters at once: the skipped ones first (skipping never
-// fills the destination), then those that fit, and the rest dropped.
+// fills the destination), then those that fit, and the rest dropped. The state goes in and
+// out by value, so that the usual path can keep it in registers.
 template <bool kStore>
 __attribute__((noinline)) Output putManySlowly(Output out, char const* text, char fill,
                                                uint32_t count) {
     if (out.stored + 1 >= out.size)
         return out;
     uint32_t skipped = 0;
-    if (out.produced < out.skip) {
-        uint32_t const toSkip = out.skip - out.produced;
+    if (produced(out) < out.skip) {
+        uint32_t const toSkip = out.skip - produced(out);
         skipped = count < toSkip ? count : toSkip;
-        out.produced += skipped;
+        out.skipped += skipped;
         count -= skipped;
     }
     uint32_t const room = out.size - 1 - out.stored;
@@ -273,7 +276,8 @@ inline void putNumber(Output& out, Directive d, uint32_t v, NumberForm form) {
             if (form.bitsPerDigit == 0)
                 to = writeDecimal(to, v, digits);
             else
-                emitBinary(v, digits, form.bitsPerDigit, form.table, [&to](char c) { *to++ = c; });
+                emitBinary(v, digits, form.bitsPerDigit, form.table,
+                           [&to](char c) { *to++ = c; });
             if (left)
                 fillBytes(to, ' ', pad);
         }
@@ -296,7 +300,8 @@ inline void putNumber(Output& out, Directive d, uint32_t v, NumberForm form) {
 }
 
 template <bool kStore>
-__attribute__((always_inline)) inline void putString(Output& out, Directive d, char const* text, uint32_t length) {
+__attribute__((always_inline)) inline void putString(Output& out, Directive d, char const* text,
+                                                     uint32_t length) {
     uint32_t const fill = fillFor(d.width, length);
     if ((d.flags & kLeft) == 0)
         putFill<kStore>(out, (d.flags & kZero) != 0 ? '0' : ' ', fill);
@@ -323,11 +328,11 @@ uint32_t textLength(char const* text, int32_t precision) {
     return static_cast<uint32_t>(kShortPiece + strnlen(text + kShortPiece, limit - kShortPiece));
 }
 
-// The arguments are read straight from the caller's list, as the C library's v-functions
-// do; the caller's list is spent afterwards either way. A va_list parameter is a pointer
-// on some hosts and a copy on others, so the helpers share it as the parameter's own type.
-// (A va_copy here would cost more than a short conversion: its wide load of the list that
-// va_start has just written field by field cannot be forwarded from those stores.)
+// The helpers read the arguments through the v-function's own parameter, by reference. A
+// va_list parameter is a copy on some hosts and a pointer to the caller's list on others,
+// where the caller's list is then spent, as after any v-function. No va_copy: on such hosts
+// it reloads the list that va_start has just written, and that stall alone cost about as
+// much as formatting a short number.
 using ArgList = std::decay_t<va_list>;
 
 // 'l' arguments are longs, which are 64 bits on a 64-bit host: the slot is read whole and
@@ -478,9 +483,9 @@ template <bool kStore> void runDirective(Output& out, char const*& f, ArgList& a
     case 'n':
         // Reported in the counting run too: a caller sizing a buffer sees the same counts.
         if ((d.flags & kShort) != 0)
-            *va_arg(args, short*) = static_cast<short>(out.produced & 0xFFFFu);
+            *va_arg(args, short*) = static_cast<short>(produced(out) & 0xFFFFu);
         else
-            *va_arg(args, int*) = static_cast<int>(out.produced);
+            *va_arg(args, int*) = static_cast<int>(produced(out));
         ++f;
         return;
     default:
@@ -496,8 +501,7 @@ template <bool kStore> void runDirective(Output& out, char const*& f, ArgList& a
 }
 
 template <bool kStore>
-uint32_t run(char* destination, int32_t skip, uint32_t size, char const* format,
-             ArgList args) {
+uint32_t run(char* destination, int32_t skip, uint32_t size, char const* format, ArgList args) {
     Output out{destination, size, 0, 0, static_cast<uint32_t>(skip)};
     char const* f = format;
     for (;;) {
