@@ -42,11 +42,6 @@ int32_t visibleLength(char const* text, int32_t length) {
     return nul == nullptr ? length : static_cast<int32_t>(static_cast<char const*>(nul) - text);
 }
 
-unsigned char foldCase(char c) {
-    unsigned char u = static_cast<unsigned char>(c);
-    return (u >= 'A' && u <= 'Z') ? static_cast<unsigned char>(u + ('a' - 'A')) : u;
-}
-
 // strstr(text + from, needle) as a position in text. memmem over the known length avoids
 // strstr's scan of the haystack for its terminator; strstr stops at the first NUL after
 // from, so a hit is kept only when no NUL lies between from and it (the needle, cut at its
@@ -84,33 +79,76 @@ long backwardSearch(char const* text, int32_t last, char const* needle, int32_t 
     return -1;
 }
 
-bool foldedMatchAt(char const* at, char const* needle, int32_t needleLength) {
-    return foldCase(at[0]) == foldCase(needle[0]) &&
-           strnicmp(at, needle, static_cast<uint32_t>(needleLength)) == 0;
+// The other case of an ASCII letter, or the byte itself.
+char otherCase(char c) {
+    auto const u = static_cast<unsigned char>(c);
+    if ((u | 0x20u) >= 'a' && (u | 0x20u) <= 'z')
+        return static_cast<char>(u ^ 0x20u);
+    return c;
 }
 
-// The case-insensitive scans: strnicmp over the needle's length at each candidate, with the
-// first character checked inline since most candidates fail there.
+// The case-insensitive scans: strnicmp over the needle's length at each candidate. A match
+// must start with the needle's first byte in either case, so candidates come from memchr
+// (or memrchr) for both forms; each form is searched again only once the scan has passed
+// its last hit, which keeps the whole scan linear.
 long foldedSearchForward(char const* text, int32_t first, int32_t last, char const* needle,
                          int32_t needleLength) {
     if (needleLength == 0)
         return first <= last ? first : -1;
-    for (int32_t p = first; p <= last; ++p) {
-        if (foldedMatchAt(text + p, needle, needleLength))
-            return p;
+    if (first > last)
+        return -1;
+    char const forms[2] = {needle[0], otherCase(needle[0])};
+    int const formCount = forms[0] == forms[1] ? 1 : 2;
+    char const* const end = text + last + 1;
+    auto find = [end](char const* from, char c) {
+        return from < end ? static_cast<char const*>(std::memchr(from, c, static_cast<std::size_t>(end - from)))
+                          : nullptr;
+    };
+    char const* next[2] = {find(text + first, forms[0]),
+                           formCount == 2 ? find(text + first, forms[1]) : nullptr};
+    for (;;) {
+        char const* candidate = next[0];
+        if (next[1] != nullptr && (candidate == nullptr || next[1] < candidate))
+            candidate = next[1];
+        if (candidate == nullptr)
+            return -1;
+        if (strnicmp(candidate, needle, static_cast<uint32_t>(needleLength)) == 0)
+            return candidate - text;
+        for (int k = 0; k < formCount; ++k) {
+            if (next[k] == candidate)
+                next[k] = find(candidate + 1, forms[k]);
+        }
     }
-    return -1;
 }
 
 long foldedSearchBackward(char const* text, int32_t last, char const* needle,
                           int32_t needleLength) {
     if (needleLength == 0)
         return last;
-    for (int32_t p = last; p >= 0; --p) {
-        if (foldedMatchAt(text + p, needle, needleLength))
-            return p;
+    if (last < 0)
+        return -1;
+    char const forms[2] = {needle[0], otherCase(needle[0])};
+    int const formCount = forms[0] == forms[1] ? 1 : 2;
+    // Candidates lie before limit, which moves down to each candidate tried.
+    auto find = [text](char const* limit, char c) {
+        return limit > text ? static_cast<char const*>(memrchr(text, c, static_cast<std::size_t>(limit - text)))
+                            : nullptr;
+    };
+    char const* const start = text + last + 1;
+    char const* next[2] = {find(start, forms[0]), formCount == 2 ? find(start, forms[1]) : nullptr};
+    for (;;) {
+        char const* candidate = next[0];
+        if (next[1] != nullptr && (candidate == nullptr || next[1] > candidate))
+            candidate = next[1];
+        if (candidate == nullptr)
+            return -1;
+        if (strnicmp(candidate, needle, static_cast<uint32_t>(needleLength)) == 0)
+            return candidate - text;
+        for (int k = 0; k < formCount; ++k) {
+            if (next[k] == candidate)
+                next[k] = find(candidate, forms[k]);
+        }
     }
-    return -1;
 }
 
 #if defined(__x86_64__)

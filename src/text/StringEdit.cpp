@@ -76,6 +76,35 @@ void writeFormatted(char* destination, int32_t n, char const* format, va_list pl
 #pragma GCC diagnostic pop
 }
 
+// concatf and format: the formatted text goes after the first keep characters, or, for
+// keep -1 (format), replaces the whole text, and a count of 0 then empties it. Each va_list
+// is a fresh start of the same arguments: one for counting, one per writer.
+void formatAfter(String& s, int32_t keep, char const* format, va_list counting,
+                 va_list platformArgs, va_list engineArgs) {
+    int32_t const n = vstrlenf(format, counting);
+    if (n <= 0) {
+        if (keep < 0)
+            StringAccess::becomeEmpty(s);
+        return;
+    }
+    int32_t const kept = keep < 0 ? 0 : keep;
+    int32_t newLength = 0;
+    if (!addLengths(kept, n, newLength))
+        return;
+    // A new buffer is adopted only once it is written, so arguments that point into the
+    // old text still read valid memory.
+    Buffer* target = StringAccess::buffer(s);
+    if (!StringAccess::writableFor(s, newLength)) {
+        target = StringAccess::make(nearest(newLength), kept, textOf(s));
+        if (target == nullptr)
+            return;
+    }
+    writeFormatted(StringAccess::text(target) + kept, n, format, platformArgs, engineArgs);
+    if (target != StringAccess::buffer(s))
+        StringAccess::adopt(s, target);
+    StringAccess::setLength(s, newLength);
+}
+
 } // namespace
 
 // ---- character replacement and case ---------------------------------------------------
@@ -207,60 +236,30 @@ String& String::insert(long position, char c) {
 // ---- formatting -----------------------------------------------------------------------
 
 String& String::concatf(char const* format, ...) {
-    va_list args;
-    va_start(args, format);
-    int32_t const n = vstrlenf(format, args);
-    va_end(args);
-    int32_t const length = lengthOf(*this);
-    int32_t newLength = 0;
-    if (n <= 0 || !addLengths(length, n, newLength))
-        return *this;
-    // A new buffer is adopted only once it is written, so arguments that point into the
-    // old text still read valid memory.
-    Buffer* target = buf;
-    if (!StringAccess::writableFor(*this, newLength)) {
-        target = StringAccess::make(nearest(newLength), length, textOf(*this));
-        if (target == nullptr)
-            return *this;
-    }
+    va_list counting;
     va_list platformArgs;
     va_list engineArgs;
+    va_start(counting, format);
     va_start(platformArgs, format);
     va_start(engineArgs, format);
-    writeFormatted(StringAccess::text(target) + length, n, format, platformArgs, engineArgs);
+    formatAfter(*this, lengthOf(*this), format, counting, platformArgs, engineArgs);
     va_end(engineArgs);
     va_end(platformArgs);
-    if (target != buf)
-        StringAccess::adopt(*this, target);
-    StringAccess::setLength(*this, newLength);
+    va_end(counting);
     return *this;
 }
 
 String& String::format(char const* format, ...) {
-    va_list args;
-    va_start(args, format);
-    int32_t const n = vstrlenf(format, args);
-    va_end(args);
-    if (n <= 0) {
-        StringAccess::becomeEmpty(*this);
-        return *this;
-    }
-    Buffer* target = buf;
-    if (!StringAccess::writableFor(*this, n)) {
-        target = StringAccess::make(nearest(n));
-        if (target == nullptr)
-            return *this;
-    }
+    va_list counting;
     va_list platformArgs;
     va_list engineArgs;
+    va_start(counting, format);
     va_start(platformArgs, format);
     va_start(engineArgs, format);
-    writeFormatted(StringAccess::text(target), n, format, platformArgs, engineArgs);
+    formatAfter(*this, -1, format, counting, platformArgs, engineArgs);
     va_end(engineArgs);
     va_end(platformArgs);
-    if (target != buf)
-        StringAccess::adopt(*this, target);
-    StringAccess::setLength(*this, n);
+    va_end(counting);
     return *this;
 }
 
