@@ -17,8 +17,8 @@ constexpr std::size_t kSlots = 24;
 constexpr int kMaxDigits = 3;
 
 int const kStarValues[] = {0, 1, -1, 5, -7, 12, 40, -40, INT_MIN};
-uint32_t const kNumbers[] = {0,      1,          9,          10,         0x7F,
-                             0x80,   0xFF,       0x7FFF,     0x8000,     0xFFFF,
+uint32_t const kNumbers[] = {0,       1,          9,          10,         0x7F,
+                             0x80,    0xFF,       0x7FFF,     0x8000,     0xFFFF,
                              0x10000, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 1234567890};
 // Texts longer than 16 characters are measured by the C library rather than inline.
 char const* const kTexts[] = {"", "x", "hello world", nullptr, "a text of more than sixteen"};
@@ -138,9 +138,9 @@ private:
             ok = take(next(4) == 0 ? 0 : reinterpret_cast<intptr_t>(&counts[0]));
             break;
         case 's':
-            ok = take(reinterpret_cast<intptr_t>(
-                precision >= 0 && precision <= 24 && next(2) == 0 ? kUnterminated
-                                                                  : kTexts[next(5)]));
+            ok = take(reinterpret_cast<intptr_t>(precision >= 0 && precision <= 24 && next(2) == 0
+                                                     ? kUnterminated
+                                                     : kTexts[next(5)]));
             break;
         case 'n':
             ok = take(shortLength ? reinterpret_cast<intptr_t>(&shortCounts[used])

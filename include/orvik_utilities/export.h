@@ -7,7 +7,7 @@
 #define ORVIK_API __attribute__((visibility("default")))
 
 // printf-style argument checking for front ends whose conversions are a subset of printf's.
-#define ORVIK_PRINTF_LIKE(format_index, first_arg) \
+#define ORVIK_PRINTF_LIKE(format_index, first_arg)                                                 \
     __attribute__((format(printf, format_index, first_arg)))
 
 #endif

@@ -199,18 +199,18 @@ inline char* writeDecimal(char* to, uint32_t v, int32_t digits) {
 
 // Bases 8 and 16 are powers of two: dividing by a power of the base is a shift.
 template <typename Emit>
-void emitBinary(uint32_t v, int32_t digits, uint32_t bitsPerDigit, char const* table,
-                Emit emit) {
+void emitBinary(uint32_t v, int32_t digits, uint32_t bitsPerDigit, char const* table, Emit emit) {
     uint32_t const mask = (1u << bitsPerDigit) - 1;
-    for (uint32_t shift = static_cast<uint32_t>(digits - 1) * bitsPerDigit;; shift -= bitsPerDigit) {
+    for (uint32_t shift = static_cast<uint32_t>(digits - 1) * bitsPerDigit;;
+         shift -= bitsPerDigit) {
         emit(table[(v >> shift) & mask]);
         if (shift == 0)
             break;
     }
 }
 
-constexpr uint32_t kPowersOfTen[] = {1u,       10u,       100u,       1000u,      10000u,
-                                      100000u,  1000000u,  10000000u,  100000000u, 1000000000u};
+constexpr uint32_t kPowersOfTen[] = {1u,      10u,      100u,      1000u,      10000u,
+                                     100000u, 1000000u, 10000000u, 100000000u, 1000000000u};
 
 // The digit count from the highest set bit: bits × 1233 / 4096 undershoots the decimal
 // logarithm by at most one, which one comparison settles. 0 counts as one digit.
@@ -239,8 +239,9 @@ inline int32_t wrapped(uint32_t v) { return static_cast<int32_t>(v); }
 // width of INT_MIN, whose magnitude no int holds, or digits wrapped past INT_MAX) fills
 // nothing, in numbers and strings alike.
 inline uint32_t fillFor(int32_t width, uint32_t length) {
-    return width > 0 && static_cast<uint32_t>(width) > length ? static_cast<uint32_t>(width) - length
-                                                              : 0;
+    return width > 0 && static_cast<uint32_t>(width) > length
+               ? static_cast<uint32_t>(width) - length
+               : 0;
 }
 
 // How one number is written: its base (10, or 8 and 16 by bits per digit), digit table and
@@ -276,8 +277,7 @@ inline void putNumber(Output& out, Directive d, uint32_t v, NumberForm form) {
             if (form.bitsPerDigit == 0)
                 to = writeDecimal(to, v, digits);
             else
-                emitBinary(v, digits, form.bitsPerDigit, form.table,
-                           [&to](char c) { *to++ = c; });
+                emitBinary(v, digits, form.bitsPerDigit, form.table, [&to](char c) { *to++ = c; });
             if (left)
                 fillBytes(to, ' ', pad);
         }
@@ -458,8 +458,8 @@ template <bool kStore> void runDirective(Output& out, char const*& f, ArgList& a
     case 'x':
     case 'X':
         v = unsignedArgument(args, d.flags);
-        form = {4, conversion == 'X' ? kUpperDigits : kLowerDigits,
-                conversion == 'X' ? "0X" : "0x", (d.flags & kAlternate) != 0 && v != 0 ? 2u : 0u};
+        form = {4, conversion == 'X' ? kUpperDigits : kLowerDigits, conversion == 'X' ? "0X" : "0x",
+                (d.flags & kAlternate) != 0 && v != 0 ? 2u : 0u};
         break;
     case 'p':
         // Pointers are 32 bits on the device; a 64-bit host keeps the low half.

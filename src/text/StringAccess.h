@@ -31,8 +31,7 @@ struct StringAccess {
     }
 
     // Builds a buffer through the class's own allocation operator; null on failure.
-    template <typename... Pieces>
-    static Buffer* make(int32_t capacity, Pieces... pieces) {
+    template <typename... Pieces> static Buffer* make(int32_t capacity, Pieces... pieces) {
         return new (static_cast<long>(capacity)) Buffer(capacity, pieces...);
     }
 

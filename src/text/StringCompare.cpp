@@ -101,7 +101,8 @@ long foldedSearchForward(char const* text, int32_t first, int32_t last, char con
     int const formCount = forms[0] == forms[1] ? 1 : 2;
     char const* const end = text + last + 1;
     auto find = [end](char const* from, char c) {
-        return from < end ? static_cast<char const*>(std::memchr(from, c, static_cast<std::size_t>(end - from)))
+        return from < end ? static_cast<char const*>(
+                                std::memchr(from, c, static_cast<std::size_t>(end - from)))
                           : nullptr;
     };
     char const* next[2] = {find(text + first, forms[0]),
@@ -131,7 +132,8 @@ long foldedSearchBackward(char const* text, int32_t last, char const* needle,
     int const formCount = forms[0] == forms[1] ? 1 : 2;
     // Candidates lie before limit, which moves down to each candidate tried.
     auto find = [text](char const* limit, char c) {
-        return limit > text ? static_cast<char const*>(memrchr(text, c, static_cast<std::size_t>(limit - text)))
+        return limit > text ? static_cast<char const*>(
+                                  memrchr(text, c, static_cast<std::size_t>(limit - text)))
                             : nullptr;
     };
     char const* const start = text + last + 1;

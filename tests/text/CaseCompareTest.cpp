@@ -3,10 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <strings.h>
+
 #include <random>
 #include <string>
-
-#include <strings.h>
 
 namespace {
 

@@ -132,8 +132,8 @@ private:
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 int engineSlice(RandomCase const& c, char* dest, int32_t skip, uint32_t size) {
     intptr_t const* s = c.slots;
-    return snxprintf(dest, skip, size, c.format.c_str(), s[0], s[1], s[2], s[3], s[4], s[5],
-                     s[6], s[7], s[8], s[9], s[10], s[11]);
+    return snxprintf(dest, skip, size, c.format.c_str(), s[0], s[1], s[2], s[3], s[4], s[5], s[6],
+                     s[7], s[8], s[9], s[10], s[11]);
 }
 
 int engineLength(RandomCase const& c) {
@@ -174,8 +174,8 @@ TEST(FormatTest, StoresOnlyTheRequestedSlice) {
             for (uint32_t size = 1; size <= static_cast<uint32_t>(length) + 2; ++size) {
                 char out[512];
                 std::memset(out, '#', sizeof out);
-                std::string const expected = full.substr(
-                    static_cast<std::size_t>(std::min(skip, length)), size - 1);
+                std::string const expected =
+                    full.substr(static_cast<std::size_t>(std::min(skip, length)), size - 1);
                 int const stored = engineSlice(c, out, skip, size);
                 ASSERT_EQ(std::string(out, static_cast<std::size_t>(stored)), expected)
                     << c.format << " skip " << skip << " size " << size;
@@ -194,7 +194,7 @@ TEST(FormatTest, SlicesAtTheEdgesOfTheOutput) {
         char const* format;
         char const* expected;
     } const cases[] = {
-        {0, 4, "abcdef", "abc"}, {2, 4, "abcdef", "cde"}, {10, 8, "abc", ""},
+        {0, 4, "abcdef", "abc"}, {2, 4, "abcdef", "cde"},    {10, 8, "abc", ""},
         {0, 1, "abcdef", ""},    {0, 8, "%100d", "       "}, {95, 8, "%100d", "    1"},
     };
     for (Case const& c : cases) {
@@ -232,8 +232,8 @@ TEST(FormatTest, PartsFromTheCLibraryWhereTheDeviceDoes) {
         // "%p" always has "0x", also for null; '0' fills after the prefix.
         {"0x0", fmt("%p", static_cast<void*>(nullptr))},
         {"       0x0", fmt("%10p", static_cast<void*>(nullptr))},
-        {"0xfffffff0|0x00ff", fmt("%p|%06p", reinterpret_cast<void*>(0xFFFFFFF0u),
-                                  reinterpret_cast<void*>(0xFFu))},
+        {"0xfffffff0|0x00ff",
+         fmt("%p|%06p", reinterpret_cast<void*>(0xFFFFFFF0u), reinterpret_cast<void*>(0xFFu))},
         // '0' fills strings and characters too, whatever the precision.
         {"000ab|0000x|00a", fmt("%05s|%05c|%03.1s", "ab", 'x', "abc")},
         // A NUL character and precision 0 leave only the fill.
@@ -264,19 +264,19 @@ TEST(FormatTest, PartsFromTheCLibraryWhereTheDeviceDoes) {
 TEST(FormatTest, ArgumentsHaveTheDeviceWidths) {
     Row const rows[] = {
         // The most negative int keeps its magnitude.
-        {"-2147483648|-2147483648|2147483648", fmt("%d|%ld|%u", INT_MIN, static_cast<long>(INT_MIN),
-                                                   static_cast<unsigned>(INT_MIN))},
+        {"-2147483648|-2147483648|2147483648",
+         fmt("%d|%ld|%u", INT_MIN, static_cast<long>(INT_MIN), static_cast<unsigned>(INT_MIN))},
         {"-002147483648|80000000", fmt("%.12i|%x", INT_MIN, 0x80000000u)},
         // 'h' keeps the low 16 bits, signed for 'd' and 'i'.
-        {"-1|1|2345|-32768|32767", fmt("%hd|%hu|%hx|%hi|%hd", 65535, 65537u, 0x12345u, 0x18000,
-                                       0x7FFF)},
+        {"-1|1|2345|-32768|32767",
+         fmt("%hd|%hu|%hx|%hi|%hd", 65535, 65537u, 0x12345u, 0x18000, 0x7FFF)},
         // 'l' reads a long but keeps 32 bits, as the device's long has.
         {"89abcdef|4294967295",
          fmt("%lx|%lu", static_cast<unsigned long>(UINT64_C(0x0123456789abcdef)),
              static_cast<unsigned long>(UINT32_MAX))},
         // Pointers print 32 bits with lower-case digits.
-        {"0x80000000|0xdeadbeef", fmt("%p|%p", reinterpret_cast<void*>(0x80000000u),
-                                      reinterpret_cast<void*>(0xDEADBEEFu))},
+        {"0x80000000|0xdeadbeef",
+         fmt("%p|%p", reinterpret_cast<void*>(0x80000000u), reinterpret_cast<void*>(0xDEADBEEFu))},
     };
     expectRows(rows);
 }

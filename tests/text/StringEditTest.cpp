@@ -92,7 +92,12 @@ TEST(StringEditTest, TrimRemovesOnlyTheSixBlankCharacters) {
         {"leading only", "  abc", [](String& s) { s.trim(); }, "abc"},
         {"trailing only", "abc\n", [](String& s) { s.trim(); }, "abc"},
         // Byte 0xA0 and other controls are not blanks, whatever the signedness of char.
-        {"not blanks", "\xA0\x1F" "a\x08", [](String& s) { s.trim(); }, "\xA0\x1F" "a\x08"},
+        {"not blanks",
+         "\xA0\x1F"
+         "a\x08",
+         [](String& s) { s.trim(); },
+         "\xA0\x1F"
+         "a\x08"},
         {"all blank", "   ", [](String& s) { s.trim(); }, ""},
     });
     String blank(" \t ");
@@ -224,12 +229,19 @@ TEST(StringEditTest, SubstringsClampTheirEnd) {
         String actual;
         char const* expected;
     } const rows[] = {
-        {s.substring(2), "cdef"},     {s.substring(0), "abcdef"}, {s.substring(6), ""},
-        {s.substring(-1), ""},        {s.substring(1, 3), "bc"},  {s.substring(4, 100), "ef"},
-        {s.substring(3, 3), ""},      {s.substring(6, 8), ""},    {s.substring(4, 2), ""},
+        {s.substring(2), "cdef"},
+        {s.substring(0), "abcdef"},
+        {s.substring(6), ""},
+        {s.substring(-1), ""},
+        {s.substring(1, 3), "bc"},
+        {s.substring(4, 100), "ef"},
+        {s.substring(3, 3), ""},
+        {s.substring(6, 8), ""},
+        {s.substring(4, 2), ""},
         {s.substring(1, LONG_MAX), "bcdef"},
         // A negative start counts as 0, as deleteRegion's does.
-        {s.substring(-2, 3), "abc"},  {s.substring(LONG_MIN, 1), "a"},
+        {s.substring(-2, 3), "abc"},
+        {s.substring(LONG_MIN, 1), "a"},
     };
     for (Row const& row : rows) {
         EXPECT_EQ(textOf(row.actual), row.expected);
@@ -243,12 +255,21 @@ TEST(StringEditTest, ToIntegerReadsLikeScanfAndSaturatesAt32Bits) {
         char const* text;
         int expected;
     } const rows[] = {
-        {"42", 42},       {"0x1F", 31},         {"010", 8},
-        {" -7abc", -7},   {"+12", 12},          {"abc", -1},
-        {"", -1},         {"-1", -1},           {"2147483647", INT_MAX},
+        {"42", 42},
+        {"0x1F", 31},
+        {"010", 8},
+        {" -7abc", -7},
+        {"+12", 12},
+        {"abc", -1},
+        {"", -1},
+        {"-1", -1},
+        {"2147483647", INT_MAX},
         // The C library converts through long, which saturates at 32 bits on the device.
-        {"2147483648", INT_MAX}, {"4294967295", INT_MAX}, {"0xFFFFFFFF", INT_MAX},
-        {"-2147483648", INT_MIN}, {"-99999999999", INT_MIN},
+        {"2147483648", INT_MAX},
+        {"4294967295", INT_MAX},
+        {"0xFFFFFFFF", INT_MAX},
+        {"-2147483648", INT_MIN},
+        {"-99999999999", INT_MIN},
     };
     for (Row const& row : rows)
         EXPECT_EQ(String(row.text).toInteger(), row.expected) << row.text;
@@ -282,8 +303,10 @@ TEST(StringEditTest, AllocationFailureLeavesStringUnchanged) {
         {"deleteRegion range", [](String& s) { s.deleteRegion(2, 9); }, "a text"},
         {"insert", [](String& s) { s.insert(2, "long inserted "); }, "a long inserted sample text"},
         {"insert String", [](String& s) { s.insert(0, String("+")); }, "+a sample text"},
-        {"concatf", [](String& s) { s.concatf(" and %d more", 12345); }, "a sample text and 12345 more"},
-        {"format", [](String& s) { s.format("%s!", "replaced by a longer one"); }, "replaced by a longer one!"},
+        {"concatf", [](String& s) { s.concatf(" and %d more", 12345); },
+         "a sample text and 12345 more"},
+        {"format", [](String& s) { s.format("%s!", "replaced by a longer one"); },
+         "replaced by a longer one!"},
     };
     for (Op const& op : ops) {
         for (bool shared : {false, true}) {

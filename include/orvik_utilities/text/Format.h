@@ -17,8 +17,8 @@ ORVIK_API int snxprintf(char* dest, int32_t skip, uint32_t size, char const* for
     ORVIK_PRINTF_LIKE(4, 5);
 
 /// As snxprintf, with the arguments in a va_list.
-ORVIK_API int vsnxprintf(char* dest, int32_t skip, uint32_t size, char const* format,
-                         va_list args) ORVIK_PRINTF_LIKE(4, 0);
+ORVIK_API int vsnxprintf(char* dest, int32_t skip, uint32_t size, char const* format, va_list args)
+    ORVIK_PRINTF_LIKE(4, 0);
 
 /// Length of the complete output of format with its arguments; stores nothing.
 ORVIK_API int strlenf(char const* format, ...) ORVIK_PRINTF_LIKE(1, 2);
