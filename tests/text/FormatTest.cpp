@@ -186,29 +186,6 @@ TEST(FormatTest, StoresOnlyTheRequestedSlice) {
     }
 }
 
-TEST(FormatTest, SlicesAtTheEdgesOfTheOutput) {
-    char out[16];
-    struct Case {
-        int32_t skip;
-        uint32_t size;
-        char const* format;
-        char const* expected;
-    } const cases[] = {
-        {0, 4, "abcdef", "abc"}, {2, 4, "abcdef", "cde"},    {10, 8, "abc", ""},
-        {0, 1, "abcdef", ""},    {0, 8, "%100d", "       "}, {95, 8, "%100d", "    1"},
-    };
-    for (Case const& c : cases) {
-        std::memset(out, '#', sizeof out);
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-        int const stored = snxprintf(out, c.skip, c.size, c.format, 1);
-#pragma GCC diagnostic pop
-        EXPECT_STREQ(out, c.expected) << c.format << " skip " << c.skip;
-        EXPECT_EQ(stored, static_cast<int>(std::strlen(c.expected)));
-        EXPECT_EQ(out[c.size], '#') << "wrote past size";
-    }
-}
-
 TEST(FormatTest, InvalidSliceReturnsZeroAndWritesNothing) {
     char out[8];
     std::memset(out, '#', sizeof out);

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cctype>
 #include <climits>
 #include <cstring>
 #include <iterator>
@@ -101,26 +100,6 @@ TEST(StringCompareTest, EachEqualityUsesItsOwnRuleForEmbeddedNul) {
     EXPECT_TRUE(a == c && !(a != c) && a.equals("ab") && a == "ab");
     EXPECT_TRUE(a.equalsIgnoreCase(b) && a.equalsIgnoreCase("AB"));
     EXPECT_FALSE(a == String("ab") || a.equalsIgnoreCase(String("AB"))); // lengths differ
-}
-
-TEST(StringCompareTest, CaseFoldingCoversOnlyAsciiLetters) {
-    // only 'A'-'Z' fold: not the neighbours one case bit apart, not bytes >= 0x80
-    struct Row {
-        char const* a;
-        char const* b;
-        bool equal;
-    } const rows[] = {
-        {"Hello", "hELLO", true}, {"on", "ON", true},      {"[", "{", false},
-        {"@", "`", false},        {"\xc4", "\xe4", false}, {"\xff", "\xdf", false},
-        {"a\xff", "A\xff", true}, {"abc", "abd", false},   {"", "", true},
-    };
-    for (Row const& row : rows) {
-        SCOPED_TRACE(std::string(row.a) + " vs " + row.b);
-        EXPECT_EQ(String(row.a).equalsIgnoreCase(String(row.b)), row.equal);
-        EXPECT_EQ(String(row.a).equalsIgnoreCase(row.b), row.equal);
-        EXPECT_EQ(String(row.a).indexOfIgnoreCase(String(row.b)) == 0, row.equal);
-        EXPECT_EQ(String(row.a).compareToIgnoreCase(String(row.b)) == 0, row.equal);
-    }
 }
 
 TEST(StringCompareTest, CharOperatorsMatchExactlyOneCharacter) {
@@ -222,66 +201,11 @@ TEST(StringCompareTest, CharSearchesClampTheirStart) {
     EXPECT_EQ(String().lastIndexOf('\0'), -1);
     EXPECT_EQ(String("a\xff").indexOf('\xff'), 1);
     EXPECT_EQ(String("\xff\x7f").lastIndexOf('\xff'), 0);
-}
-
-TEST(StringCompareTest, SubstringSearchesFindFirstAndLastOccurrences) {
-    // from-indexes as for characters, but a forward search needs room for the whole argument;
-    // the case-insensitive forms look for the argument in upper case
-    String abcabc("abcabc");
-    struct Row {
-        char const* needle;
-        long from, first, last;
-    } const rows[] = {
-        {"bc", 0, 1, -1},  {"bc", 2, 4, 1},         {"bc", 3, 4, 1},         {"bc", 5, -1, 4},
-        {"bc", -9, 1, -1}, {"bc", LONG_MAX, -1, 4}, {"bc", LONG_MIN, 1, -1}, {"", 2, 2, 2},
-        {"", 6, 6, 6},     {"", 7, -1, 6},          {"abcabcd", 0, -1, -1},
-    };
-    for (Row const& row : rows) {
-        SCOPED_TRACE(testing::Message() << row.needle << " from " << row.from);
-        std::string shouted(row.needle);
-        std::transform(shouted.begin(), shouted.end(), shouted.begin(), ::toupper);
-        String needle(row.needle), upper(shouted.c_str());
-        EXPECT_EQ(abcabc.indexOf(needle, row.from), row.first);
-        EXPECT_EQ(abcabc.lastIndexOf(needle, row.from), row.last);
-        EXPECT_EQ(abcabc.indexOfIgnoreCase(upper, row.from), row.first);
-        EXPECT_EQ(abcabc.lastIndexOfIgnoreCase(upper, row.from), row.last);
-    }
-    String bc("bc"), BC("BC"), none;
-    EXPECT_EQ(abcabc.indexOf(bc), 1);
-    EXPECT_EQ(abcabc.lastIndexOf(bc), 4);
-    EXPECT_EQ(abcabc.indexOfIgnoreCase(BC), 1);
-    EXPECT_EQ(abcabc.lastIndexOfIgnoreCase(BC), 4);
-    EXPECT_EQ(abcabc.indexOf(none), 0);
-    EXPECT_EQ(abcabc.lastIndexOf(none), 6);
-    EXPECT_EQ(String("ab").lastIndexOf(String("abcd")), -1);
-    EXPECT_EQ(String("ab").indexOfIgnoreCase(String("abc")), -1);
-}
-
-TEST(StringCompareTest, SearchesStopAtTheFirstNul) {
-    // forward strstr/strchr searches end at the first NUL after their start; the backward
-    // and case-insensitive scans walk positions and see the whole length
-    String text = bytesOf(std::string("ab\0ab", 5));
-    String ab("ab"), b("b");
-    EXPECT_EQ(text.indexOf('b', 2), -1);
-    EXPECT_EQ(text.indexOf('b', 3), 4);
-    EXPECT_EQ(text.indexOf(b, 2), -1);
-    EXPECT_EQ(text.indexOf(b, 3), 4);
-    EXPECT_EQ(text.lastIndexOf('b'), 4);
-    EXPECT_EQ(text.lastIndexOf('\0'), 2);
-    EXPECT_EQ(text.lastIndexOf(ab), 3);
-    EXPECT_EQ(text.lastIndexOf(b, 3), 1);
-    EXPECT_EQ(text.indexOfIgnoreCase(String("B"), 2), 4);
-    EXPECT_EQ(text.indexOfIgnoreCase(bytesOf(std::string("\0A", 2))), 2);
-    // a needle with a NUL: strstr sees only its part before the NUL
-    String bNul = bytesOf(std::string("b\0z", 3));
-    EXPECT_EQ(String("xbx").indexOf(bNul), 1);
-    EXPECT_EQ(String("xxb").indexOf(bNul, 0), 2);
-    // ... and the first tail the backward walk tries is the full argument long, so a hit
-    // anywhere in it answers with the tail's start
-    EXPECT_EQ(String("xxxxb").lastIndexOf(bNul), 2);
-    EXPECT_EQ(String("xbxxx").lastIndexOf(bNul), 1);
-    EXPECT_EQ(String("xxxxb").lastIndexOf(bNul, 9), -1); // with a from-index: only at p
-    EXPECT_EQ(String("abc").lastIndexOf(bytesOf(std::string("\0\0", 2))), 1);
+    // forwards, strchr stops at an embedded NUL; backwards, NUL is found like any byte
+    String withNul = bytesOf(std::string("ab\0ab", 5));
+    EXPECT_EQ(withNul.indexOf('b', 2), -1);
+    EXPECT_EQ(withNul.indexOf('b', 3), 4);
+    EXPECT_EQ(withNul.lastIndexOf('\0'), 2);
 }
 
 // The substring searches exactly as a step-by-step reading of their rules gives them:
@@ -336,6 +260,8 @@ TEST(StringCompareTest, FastSearchesAgreeWithTheStepByStepRules) {
         std::string needle = randomText(random, alphabet, 4);
         String text = bytesOf(ref.t), arg = bytesOf(needle);
         long from = static_cast<long>(random() % (ref.t.size() + 5)) - 2;
+        if (round % 50 == 0)
+            from = round % 100 == 0 ? LONG_MAX : LONG_MIN; // must not wrap into range
         SCOPED_TRACE(testing::Message() << "round " << round << " from " << from);
         ASSERT_EQ(text.indexOf(arg), ref.at(std::strstr(ref.s(), needle.c_str())));
         ASSERT_EQ(text.indexOf(arg, from), ref.indexOf(needle, from));

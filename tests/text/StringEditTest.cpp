@@ -49,13 +49,11 @@ TEST(StringEditTest, ReplaceAndCaseConversionTouchOnlyTheirCharacters) {
     expectEdits({
         {"replace", "banana", [](String& s) { s.replace('a', 'b'); }, "bbnbnb"},
         {"replace by NUL", "banana", [](String& s) { s.replace('a', '\0'); }, "banana"},
-        {"replace absent", "banana", [](String& s) { s.replace('z', 'y'); }, "banana"},
         {"upper", "abc-xyz{}`@", [](String& s) { s.toUpperCase(); }, "ABC-XYZ{}`@"},
         {"lower", "ABC-XYZ[]@`", [](String& s) { s.toLowerCase(); }, "abc-xyz[]@`"},
         // Bytes above 127 are not letters, whatever the signedness of char.
         {"lower high bytes", "\xC4\xD6Z\xE4", [](String& s) { s.toLowerCase(); }, "\xC4\xD6z\xE4"},
         {"upper high bytes", "\xE4\xF6z\xC4", [](String& s) { s.toUpperCase(); }, "\xE4\xF6Z\xC4"},
-        {"upper empty", "", [](String& s) { s.toUpperCase(); }, ""},
     });
 
     // Replacing also reaches NUL bytes inside the length.
@@ -89,8 +87,6 @@ TEST(StringEditTest, TrimRemovesOnlyTheSixBlankCharacters) {
     expectEdits({
         {"both ends", " \t\r\n x y \v\f", [](String& s) { s.trim(); }, "x y"},
         {"nothing to do", "abc", [](String& s) { s.trim(); }, "abc"},
-        {"leading only", "  abc", [](String& s) { s.trim(); }, "abc"},
-        {"trailing only", "abc\n", [](String& s) { s.trim(); }, "abc"},
         // Byte 0xA0 and other controls are not blanks, whatever the signedness of char.
         {"not blanks",
          "\xA0\x1F"
@@ -118,7 +114,6 @@ TEST(StringEditTest, DeleteRegionClampsItsBounds) {
     expectEdits({
         {"tail", "abcdef", [](String& s) { s.deleteRegion(2); }, "ab"},
         {"tail from negative", "abcdef", [](String& s) { s.deleteRegion(-1); }, ""},
-        {"tail at length", "abcdef", [](String& s) { s.deleteRegion(6); }, "abcdef"},
         {"tail past length", "abcdef", [](String& s) { s.deleteRegion(9); }, "abcdef"},
         {"tail far out", "abcdef", [](String& s) { s.deleteRegion(LONG_MAX); }, "abcdef"},
         {"middle", "abcdef", [](String& s) { s.deleteRegion(1, 3); }, "adef"},
@@ -126,7 +121,6 @@ TEST(StringEditTest, DeleteRegionClampsItsBounds) {
         {"end past length", "abcdef", [](String& s) { s.deleteRegion(4, 100); }, "abcd"},
         {"everything", "abcdef", [](String& s) { s.deleteRegion(LONG_MIN, LONG_MAX); }, ""},
         {"empty region", "abcdef", [](String& s) { s.deleteRegion(3, 3); }, "abcdef"},
-        {"reversed region", "abcdef", [](String& s) { s.deleteRegion(4, 2); }, "abcdef"},
         {"start past length", "abcdef", [](String& s) { s.deleteRegion(7, 9); }, "abcdef"},
     });
 
@@ -151,7 +145,6 @@ TEST(StringEditTest, InsertAcceptsPositionsFromZeroToTheLength) {
         {"NUL", "abc", [](String& s) { s.insert(1, '\0'); }, "abc"},
         {"null text", "abc", [](String& s) { s.insert(1, static_cast<char const*>(nullptr)); },
          "abc"},
-        {"empty text", "abc", [](String& s) { s.insert(1, ""); }, "abc"},
         {"empty String", "abc", [](String& s) { s.insert(1, String()); }, "abc"},
         {"into empty", "", [](String& s) { s.insert(0, "xy"); }, "xy"},
         {"itself", "abc", [](String& s) { s.insert(1, s); }, "aabcbc"},
@@ -173,7 +166,6 @@ TEST(StringEditTest, FormatAndConcatfTakeTheEnginesCount) {
         {"format address", "x", [](String& s) { s.format("%lu.%lu.%lu.%lu", 10ul, 0ul, 0ul, 1ul); },
          "10.0.0.1"},
         {"concatf", "n=", [](String& s) { s.concatf("%05d", 42); }, "n=00042"},
-        {"concatf hex", "", [](String& s) { s.concatf("%x%x", 0xABu, 0xCDu); }, "abcd"},
         {"concatf NUL char", "ab", [](String& s) { s.concatf("%c", '\0'); }, "ab"},
         {"format empty", "abc", [](String& s) { s.format("%s", ""); }, ""},
         // The engine counts "%f" as one character: the platform's first one stays.
@@ -276,13 +268,7 @@ TEST(StringEditTest, ToIntegerReadsLikeScanfAndSaturatesAt32Bits) {
 }
 
 TEST(StringEditTest, StringOfFormsTheValueText) {
-    EXPECT_EQ(textOf(String::stringOf(true)), "true");
     EXPECT_EQ(textOf(String::stringOf(false)), "false");
-    EXPECT_EQ(textOf(String::stringOf('x')), "x");
-    EXPECT_TRUE(usesSharedEmpty(String::stringOf('\0')));
-    EXPECT_EQ(textOf(String::stringOf("text")), "text");
-    EXPECT_EQ(textOf(String::stringOf("abcdef", 2L, 3L)), "cde");
-    EXPECT_EQ(textOf(String::stringOf(-5L)), "-5");
     EXPECT_EQ(textOf(String::stringOf(static_cast<long>(INT32_MIN))), "-2147483648");
     EXPECT_EQ(textOf(String::stringOf(4294967295UL)), "4294967295");
     EXPECT_EQ(textOf(String::stringOf(reinterpret_cast<void*>(0xBEEFu))), "0xbeef");
