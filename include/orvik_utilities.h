@@ -3,6 +3,9 @@
 #define ORVIK_UTILITIES_H
 
 #include <orvik_utilities/export.h>
+#include <orvik_utilities/numbers/Base64.h>
+#include <orvik_utilities/numbers/Converters.h>
+#include <orvik_utilities/numbers/IntegerText.h>
 #include <orvik_utilities/text/Format.h>
 #include <orvik_utilities/text/String.h>
 
