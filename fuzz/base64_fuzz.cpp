@@ -50,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, std::size_t size) {
     std::vector<unsigned char> again(expected + 1);
     unsigned long againLength = expected + 1;
     if (Base64::decode(encoded, again.data(), againLength) != 0 || againLength != expected ||
-        std::memcmp(again.data(), bytes.data(), expected) != 0)
+        (expected > 0 && std::memcmp(again.data(), bytes.data(), expected) != 0))
         std::abort();
     return 0;
 }

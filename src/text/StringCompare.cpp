@@ -165,13 +165,14 @@ using SignedBytes32 = signed char __attribute__((vector_size(32)));
 constexpr std::size_t kFoldBlock = 64;
 
 // SSE2 has no test of a whole register: the two halves are combined in general registers.
-inline bool allZero(Bytes16 v) {
+inline bool allZero(Bytes16 const& v) {
     uint64_t words[2];
     std::memcpy(words, &v, sizeof words);
     return (words[0] | words[1]) == 0;
 }
 
-__attribute__((target("avx2"))) inline bool allZero(Bytes32 v) {
+// By reference: a 256-bit vector passed by value needs the AVX calling convention.
+__attribute__((target("avx2"))) inline bool allZero(Bytes32 const& v) {
     using Words = long long __attribute__((vector_size(32)));
     auto const words = reinterpret_cast<Words>(v);
     return __builtin_ia32_ptestz256(words, words) != 0;

@@ -79,6 +79,7 @@ void writeFormatted(char* destination, int32_t n, char const* format, va_list pl
 // concatf and format: the formatted text goes after the first keep characters, or, for
 // keep -1 (format), replaces the whole text, and a count of 0 then empties it. Each va_list
 // is a fresh start of the same arguments: one for counting, one per writer.
+ORVIK_PRINTF_LIKE(3, 0)
 void formatAfter(String& s, int32_t keep, char const* format, va_list counting,
                  va_list platformArgs, va_list engineArgs) {
     int32_t const n = vstrlenf(format, counting);
