@@ -40,7 +40,7 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, std::size_t size) {
         std::vector<unsigned char> shorter(expected - 1);
         unsigned long capacity = expected - 1;
         if (Base64::decode(text, shorter.data(), capacity) != -1 || capacity != expected - 1 ||
-            std::memcmp(shorter.data(), bytes.data(), expected - 1) != 0)
+            (expected > 1 && std::memcmp(shorter.data(), bytes.data(), expected - 1) != 0))
             std::abort();
     }
 

@@ -97,19 +97,6 @@ TEST(Base64Test, TooSmallBufferReportsTheCapacity) {
     EXPECT_EQ(length, 0u);
 }
 
-TEST(Base64Test, BlocksFollowTheBitLayout) {
-    unsigned char in[3] = {'M', 'a', 0};
-    unsigned char out[4];
-    Base64::encodeBlock(in, out, 2);
-    EXPECT_EQ(std::string(out, out + 4), "TWE=");
-    in[1] = 0;
-    Base64::encodeBlock(in, out, 1);
-    EXPECT_EQ(std::string(out, out + 4), "TQ==");
-    unsigned char values[4] = {19, 22, 5, 46};
-    Base64::decodeBlock(values, out);
-    EXPECT_EQ(std::string(out, out + 3), "Man");
-}
-
 TEST(Base64Test, EncodingOverItsOwnTextReadsTheOldText) {
     String text("TWFu, the target's own characters");
     String const before(text.buffer());
