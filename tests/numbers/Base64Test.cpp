@@ -91,10 +91,18 @@ TEST(Base64Test, TooSmallBufferReportsTheCapacity) {
     EXPECT_EQ(decoded("TWFuTWFu", 6, 0), bytesOf("ManMan"));
     EXPECT_EQ(decoded("TWFuTWFu", 5, -1), bytesOf("ManMa"));
     EXPECT_EQ(decoded("TWFuTW", 3, -1), bytesOf("Man"));
+    EXPECT_EQ(decoded("TWFu TWFuTWFu", 7, -1), bytesOf("ManManM"));
     EXPECT_EQ(decoded("TWFu", 0, -1), Bytes());
     unsigned long length = 4;
     EXPECT_EQ(Base64::decode(String("TWFu"), nullptr, length), -1);
     EXPECT_EQ(length, 0u);
+}
+
+TEST(Base64Test, WholeBlocksHaveNoPadding) {
+    unsigned char in[3] = {'M', 'a', 'n'};
+    unsigned char out[4];
+    Base64::encodeBlock(in, out, 3);
+    EXPECT_EQ(std::string(out, out + 4), "TWFu");
 }
 
 TEST(Base64Test, EncodingOverItsOwnTextReadsTheOldText) {

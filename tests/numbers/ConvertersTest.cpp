@@ -91,6 +91,7 @@ TEST(ConvertersTest, DateAndTimeReadAsSscanfReadsThem) {
     // Values past 32 bits saturate as the device's 32-bit strtol does, on every host.
     EXPECT_EQ(validateDate("4294969306-01-01"), -1);
     EXPECT_EQ(validateTime("4294967308:00:00"), -1);
+    EXPECT_EQ(validateTime("18446744073709551621:00:00"), -1);
     EXPECT_EQ(validateTime(nullptr) + validateDate(nullptr) + validateTimeString(nullptr), -3);
 }
 
