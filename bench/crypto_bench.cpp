@@ -9,6 +9,7 @@
 #include <orvik_utilities/crypto/Sha1HashContext.h>
 
 #include <benchmark/benchmark.h>
+
 #include <dlfcn.h>
 #include <openssl/evp.h>
 #include <openssl/hmac.h>
@@ -36,7 +37,8 @@ std::vector<unsigned char> const& data() {
     return bytes;
 }
 
-unsigned char const kKey[20] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20};
+unsigned char const kKey[20] = {1,  2,  3,  4,  5,  6,  7,  8,  9,  10,
+                                11, 12, 13, 14, 15, 16, 17, 18, 19, 20};
 
 // The digest calls of one libcrypto copy.
 struct Digests {
@@ -49,7 +51,7 @@ struct Digests {
     int (*final)(EVP_MD_CTX*, unsigned char*, unsigned int*);
 };
 
-Digests const kLinked = {EVP_MD_CTX_new, EVP_MD_CTX_free, EVP_md5, EVP_sha1,
+Digests const kLinked = {EVP_MD_CTX_new,    EVP_MD_CTX_free,  EVP_md5,           EVP_sha1,
                          EVP_DigestInit_ex, EVP_DigestUpdate, EVP_DigestFinal_ex};
 Digests scalar = {};
 

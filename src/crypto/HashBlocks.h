@@ -38,6 +38,12 @@ inline void storeBigEndian(unsigned char* p, uint32_t value) {
     p[3] = static_cast<unsigned char>(value);
 }
 
+// The returned-length rule of both hashes: a request from 1 to the complete length is
+// kept, 0 or anything larger means the complete length.
+inline uint32_t returnedLength(unsigned long requested, uint32_t complete) {
+    return requested >= 1 && requested <= complete ? static_cast<uint32_t>(requested) : complete;
+}
+
 inline uint32_t rotateLeft(uint32_t x, unsigned s) { return x << s | x >> (32u - s); }
 
 // Zeroes memory whose object is about to die; a plain memset there is a dead store the

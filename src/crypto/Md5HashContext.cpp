@@ -11,6 +11,7 @@ using orvik::detail::rotateLeft;
 namespace {
 
 constexpr uint32_t kDigestLength = 16;
+constexpr uint32_t kInitialState[4] = {0x67452301u, 0xefcdab89u, 0x98badcfeu, 0x10325476u};
 
 // The padding block: 0x80 and zeros; at most 64 of it are ever fed.
 constexpr unsigned char kPadding[64] = {0x80};
@@ -50,15 +51,10 @@ Md5HashContext::Md5HashContext() { destroy(); }
 Md5HashContext::~Md5HashContext() { destroy(); }
 
 int Md5HashContext::initialize(unsigned long returnedLength) {
-    returnedHashLength = returnedLength >= 1 && returnedLength <= kDigestLength
-                             ? static_cast<uint32_t>(returnedLength)
-                             : kDigestLength;
+    returnedHashLength = orvik::detail::returnedLength(returnedLength, kDigestLength);
     count[0] = 0;
     count[1] = 0;
-    state[0] = 0x67452301u;
-    state[1] = 0xefcdab89u;
-    state[2] = 0x98badcfeu;
-    state[3] = 0x10325476u;
+    std::memcpy(state, kInitialState, sizeof state);
     return 0;
 }
 
@@ -98,9 +94,9 @@ void Md5HashContext::getCompleteHash(unsigned char* digest) {
 }
 
 int Md5HashContext::test() {
-    static unsigned char const expected[kDigestLength] = {
-        0x90, 0x01, 0x50, 0x98, 0x3c, 0xd2, 0x4f, 0xb0,
-        0xd6, 0x96, 0x3f, 0x7d, 0x28, 0xe1, 0x7f, 0x72};
+    static unsigned char const expected[kDigestLength] = {0x90, 0x01, 0x50, 0x98, 0x3c, 0xd2,
+                                                          0x4f, 0xb0, 0xd6, 0x96, 0x3f, 0x7d,
+                                                          0x28, 0xe1, 0x7f, 0x72};
     return orvik::detail::testWithAbc(*this, expected, kDigestLength);
 }
 

@@ -11,6 +11,8 @@ using orvik::detail::rotateLeft;
 namespace {
 
 constexpr uint32_t kDigestLength = 20;
+constexpr uint32_t kInitialState[5] = {0x67452301u, 0xefcdab89u, 0x98badcfeu, 0x10325476u,
+                                       0xc3d2e1f0u};
 
 // Steps 0 to 15 take the block's words, read big-endian, into a ring of the last 16.
 inline uint32_t load(uint32_t (&w)[16], unsigned char const* block, unsigned step) {
@@ -55,16 +57,10 @@ Sha1HashContext::Sha1HashContext() { destroy(); }
 Sha1HashContext::~Sha1HashContext() { destroy(); }
 
 int Sha1HashContext::initialize(unsigned long returnedLength) {
-    returnedHashLength = returnedLength >= 1 && returnedLength <= kDigestLength
-                             ? static_cast<uint32_t>(returnedLength)
-                             : kDigestLength;
+    returnedHashLength = orvik::detail::returnedLength(returnedLength, kDigestLength);
     count[0] = 0;
     count[1] = 0;
-    state[0] = 0x67452301u;
-    state[1] = 0xefcdab89u;
-    state[2] = 0x98badcfeu;
-    state[3] = 0x10325476u;
-    state[4] = 0xc3d2e1f0u;
+    std::memcpy(state, kInitialState, sizeof state);
     return 0;
 }
 
@@ -108,9 +104,9 @@ void Sha1HashContext::getCompleteHash(unsigned char* digest) {
 }
 
 int Sha1HashContext::test() {
-    static unsigned char const expected[kDigestLength] = {
-        0xa9, 0x99, 0x3e, 0x36, 0x47, 0x06, 0x81, 0x6a, 0xba, 0x3e,
-        0x25, 0x71, 0x78, 0x50, 0xc2, 0x6c, 0x9c, 0xd0, 0xd8, 0x9d};
+    static unsigned char const expected[kDigestLength] = {0xa9, 0x99, 0x3e, 0x36, 0x47, 0x06, 0x81,
+                                                          0x6a, 0xba, 0x3e, 0x25, 0x71, 0x78, 0x50,
+                                                          0xc2, 0x6c, 0x9c, 0xd0, 0xd8, 0x9d};
     return orvik::detail::testWithAbc(*this, expected, kDigestLength);
 }
 

@@ -70,7 +70,8 @@ TEST(HashContextTest, TruncatedDigestsAreTheFirstBytes) {
         Bytes const data = message(77, 5u);
         Bytes const full = completeDigest(*context, data);
         for (unsigned long asked = 0; asked <= complete + 2; ++asked) {
-            uint32_t const expected = asked == 0 || asked > complete ? complete : static_cast<uint32_t>(asked);
+            uint32_t const expected =
+                asked == 0 || asked > complete ? complete : static_cast<uint32_t>(asked);
             EXPECT_EQ(context->initialize(asked), 0);
             EXPECT_EQ(context->getReturnedHashLength(), expected);
             context->hash(data.data(), data.size());

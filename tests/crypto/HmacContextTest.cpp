@@ -83,8 +83,7 @@ TEST(HmacContextTest, PublishedVectors) {
         {Algorithm::Sha1, Bytes(20, 0xaa), Bytes(50, 0xdd),
          "125d7342b9ac11cd91a39af48aa17b4f63f175d3"},
         {Algorithm::Sha1, counting, Bytes(50, 0xcd), "4c9007f4026250c6bc8414f9bf50c86c2d7235da"},
-        {Algorithm::Sha1, Bytes(20, 0x0c), truncation,
-         "4c1a03424b55e07fe7f27be1d58bb9324a9a5a04"},
+        {Algorithm::Sha1, Bytes(20, 0x0c), truncation, "4c1a03424b55e07fe7f27be1d58bb9324a9a5a04"},
         {Algorithm::Sha1, aa80, hashKeyFirst, "aa4ae5e15272d00e95705637ce8a3b55ed402112"},
         {Algorithm::Sha1, aa80, twoBlocks, "e8e99d0f45237d786d6bbaa7965c7808bbff1a91"},
     };
@@ -125,7 +124,8 @@ TEST(HmacContextTest, TruncatedCodesAndLengths) {
         Bytes const full = mac(*hash, key, data);
         for (unsigned long asked : {0ul, 1ul, 12ul, 15ul, 16ul, 17ul, 19ul, 20ul, 21ul, 100ul}) {
             EXPECT_EQ(hmac.initialize(key.data(), key.size(), asked), 0);
-            uint32_t const written = asked == 0 || asked > complete ? complete : static_cast<uint32_t>(asked);
+            uint32_t const written =
+                asked == 0 || asked > complete ? complete : static_cast<uint32_t>(asked);
             EXPECT_EQ(hmac.getReturnedHashLength(), asked == 0 ? complete : asked);
             EXPECT_EQ(hmac.getCompleteHashLength(), complete);
             hmac.hash(data.data(), data.size());
