@@ -154,6 +154,9 @@ TEST(HashContextTest, MessagesOf2To29BytesAndMoreCountIntoTheHighWord) {
 
     EXPECT_EQ(hex(md5Digest), "53f83c490b7435d7e205466bfd984882");
     EXPECT_EQ(hex(sha1Digest), "8e9aff269b0100da94e05015243e0a65c1399752");
+    // initialize clears the high word too.
+    EXPECT_EQ(md5.test(), 0);
+    EXPECT_EQ(sha1.test(), 0);
 }
 
 // Records every call that reaches hash, then lets the real hash absorb it.
