@@ -76,7 +76,10 @@ inline void absorb(uint32_t (&count)[2], unsigned char (&buffer)[kHashBlockLengt
             compress(input + done);
         index = 0;
     }
-    if (n != done)
+    // Finalising feeds SHA-1's padding one byte at a time: spare those calls a memcpy.
+    if (n - done == 1)
+        buffer[index] = input[done];
+    else if (n != done)
         std::memcpy(buffer + index, input + done, n - done);
 }
 
