@@ -9,4 +9,11 @@
 #include <orvik_utilities/text/Format.h>
 #include <orvik_utilities/text/String.h>
 
+// hashing and message authentication
+#include <orvik_utilities/crypto/AuthenticationContext.h>
+#include <orvik_utilities/crypto/HashContext.h>
+#include <orvik_utilities/crypto/HmacContext.h>
+#include <orvik_utilities/crypto/Md5HashContext.h>
+#include <orvik_utilities/crypto/Sha1HashContext.h>
+
 #endif
