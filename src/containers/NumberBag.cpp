@@ -65,6 +65,17 @@ bool findFreePair(uint32_t const* words, uint32_t from, uint32_t lastWord, uint3
     }
 }
 
+using Finder = bool (*)(uint32_t const*, uint32_t, uint32_t, uint32_t&);
+
+// Round-robin within [low, high] by offsets: ahead from start up to high, then round from
+// low to just below start. No offset outside [low, high] is ever found.
+bool findRoundRobin(Finder find, uint32_t const* words, uint32_t low, uint32_t start,
+                    uint32_t high, uint32_t& found) {
+    if (find(words, start, high / 32, found) && found <= high)
+        return true;
+    return find(words, low, start / 32, found) && found < start;
+}
+
 } // namespace
 
 NumberBag::NumberBag(unsigned long first, unsigned long last)
@@ -157,11 +168,8 @@ bool NumberBag::getNumberInRangeRoundRobin(unsigned long lo, unsigned long hi,
     uint32_t start = static_cast<uint32_t>(*number) + 1;
     if (start < low || start > high)
         start = low;
-    uint32_t const startOffset = start - firstNumber;
-    uint32_t const highOffset = high - firstNumber;
-    bool const ahead = findFree(bitmap, startOffset, highOffset / 32, found) && found <= highOffset;
-    if (!ahead &&
-        (!findFree(bitmap, low - firstNumber, startOffset / 32, found) || found >= startOffset))
+    if (!findRoundRobin(findFree, bitmap, low - firstNumber, start - firstNumber,
+                        high - firstNumber, found))
         return false;
     takeBits(bitmap, found, 1);
     *number = firstNumber + found;
@@ -186,12 +194,8 @@ bool NumberBag::getNumberPairInRangeRoundRobin(unsigned long lo, unsigned long h
     start += (start - firstNumber) % 2;
     if (start < low || start > pairMax)
         start = low;
-    uint32_t const startOffset = start - firstNumber;
-    uint32_t const maxOffset = pairMax - firstNumber;
-    bool const ahead =
-        findFreePair(bitmap, startOffset, maxOffset / 32, found) && found <= maxOffset;
-    if (!ahead && (!findFreePair(bitmap, low - firstNumber, startOffset / 32, found) ||
-                   found >= startOffset))
+    if (!findRoundRobin(findFreePair, bitmap, low - firstNumber, start - firstNumber,
+                        pairMax - firstNumber, found))
         return false;
     takeBits(bitmap, found, 3);
     *number = firstNumber + found;

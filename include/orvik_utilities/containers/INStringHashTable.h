@@ -12,8 +12,8 @@
 /// and never found.
 class ORVIK_API INStringHashTable {
 public:
-    /// The bucket count is the smallest power of two >= size, at least 2 and at most 2^31.
-    /// If the bucket array cannot be allocated the table stays empty and addEntry fails.
+    /// Buckets as for INUInt32HashTable: the smallest power of two >= size, 2 to 2^31; a
+    /// table whose bucket array cannot be allocated stays empty and addEntry fails.
     explicit INStringHashTable(unsigned long size);
     /// Frees every node and key copy, and the bucket array; the values are untouched.
     ~INStringHashTable();
@@ -26,22 +26,18 @@ public:
     /// Copies the key and appends (copy, value) at the tail of its chain. False, table
     /// unchanged, for a null key or when the copy or the node cannot be allocated.
     bool addEntry(char const* key, void* value);
-    /// The value of the first node with the key in chain order. False with *value untouched
-    /// when there is none; a null value pointer only asks whether the key is present.
+    /// The value of the oldest node with the key; false with *value untouched when none.
+    /// A null value pointer only asks whether the key is present.
     bool getValueFromKey(char const* key, void** value) const;
     /// Unlinks the first node with the key and frees it with its key copy; false when none.
     bool removeEntry(char const* key);
     /// Frees every node and key copy; the bucket array stays and the table remains usable.
     void removeAllEntries();
-    /// Writes the values of up to n nodes, bucket 0 first and each chain head to tail, and
-    /// returns how many it wrote (0 when out is null).
+    /// The walks and counts of INUInt32HashTable: values bucket by bucket, each chain head
+    /// to tail; passAllPointers' function may free the values but not change the table.
     unsigned long getFirstNPointers(unsigned long n, void** out) const;
-    /// Calls function once per node's value, in getFirstNPointers order. The function may
-    /// free the value but must not change the table. A null function is not called.
     void passAllPointers(void (*function)(void*)) const;
-    /// Number of nodes, duplicates included (walks the whole table).
     unsigned long getNumberOfKeys() const;
-    /// Length of the longest chain; 0 for an empty table.
     unsigned long getLongestChain() const;
 
 private:
