@@ -108,7 +108,7 @@ TEST(NumberBagTest, PairsAreAlignedConsecutiveFreeNumbers) {
     EXPECT_EQ(n, 5u);
 }
 
-TEST(NumberBagTest, RangesOutsideTheModelAndFailedBitmapsGiveAnEmptyBag) {
+TEST(NumberBagTest, RangesOutsideTheModelAndMissingBitmapsGiveAnEmptyBag) {
     auto empty = [](NumberBag& bag) {
         unsigned long n = 3;
         bool const any = bag.getNumber(&n) || bag.getNumber(9ul) || bag.getNumberRoundRobin(&n) ||
