@@ -27,6 +27,12 @@ inline bool usesSharedEmpty(String const& s) {
 inline std::string textOf(String const& s) {
     return std::string(s.buffer(), static_cast<std::size_t>(s.length()));
 }
+// A String holding exactly these bytes, embedded NULs included.
+inline String bytesOf(std::string const& bytes) {
+    String s;
+    s.concat(bytes.data(), static_cast<long>(bytes.size()));
+    return s;
+}
 
 // Terminator at the length, 0 <= length <= capacity, at least one holder, and the
 // shared empty buffer still empty.

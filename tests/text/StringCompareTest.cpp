@@ -1,4 +1,4 @@
-// String comparison, ordering and search: tables of edge cases and a randomised cross-check.
+// String comparison, ordering and search against step-by-step references and the C library.
 #include <orvik_utilities/text/Format.h>
 #include <orvik_utilities/text/String.h>
 
@@ -6,24 +6,17 @@
 
 #include <gtest/gtest.h>
 
+#include <strings.h>
+
 #include <algorithm>
 #include <climits>
 #include <cstring>
-#include <iterator>
 #include <random>
 #include <string>
-#include <utility>
 
 using namespace orvik_test;
 
 namespace {
-
-// A String holding exactly these bytes, embedded NULs included.
-String bytesOf(std::string const& bytes) {
-    String s;
-    s.concat(bytes.data(), static_cast<long>(bytes.size()));
-    return s;
-}
 
 int signOf(int value) { return (value > 0) - (value < 0); }
 
@@ -36,180 +29,8 @@ std::string randomText(std::mt19937& random, char const (&alphabet)[N], std::siz
     return text;
 }
 
-TEST(StringCompareTest, CompareToHasTheReversedSense) {
-    // compareTo(other) is strcmp(other, this); bytes >= 0x80 sort after ASCII on both targets
-    struct Row {
-        char const* own;
-        char const* other;
-        int expected;
-    } const rows[] = {
-        {"b", "a", -1}, {"a", "b", 1},        {"abc", "abc", 0}, {"ab", "abc", 1},
-        {"", "a", 1},   {"\x80", "\x7f", -1}, {"a", "\xff", 1},  {"\xff", "\xfe", -1},
-    };
-    for (Row const& row : rows) {
-        SCOPED_TRACE(std::string(row.own) + " vs " + row.other);
-        String own(row.own), other(row.other);
-        EXPECT_EQ(own.compareTo(other), row.expected);
-        EXPECT_EQ(own.compareToIgnoreCase(other), row.expected);
-        // the operators compare left against right
-        EXPECT_EQ((own < other), row.expected > 0);
-        EXPECT_EQ((own > other), row.expected < 0);
-        EXPECT_EQ((own < row.other), row.expected > 0);
-        EXPECT_EQ((row.other < own), row.expected < 0);
-    }
-    // folding keeps the reversed sense
-    EXPECT_EQ(String("a").compareToIgnoreCase(String("B")), 1);
-    EXPECT_EQ(String("B").compareToIgnoreCase(String("a")), -1);
-}
-
-TEST(StringCompareTest, OneBufferHeldByBothSidesIsEqualEverywhere) {
-    String text("abc"), copy(text), empty, otherEmpty(static_cast<char const*>(nullptr));
-    for (auto [a, b] : {std::make_pair(&text, &copy), std::make_pair(&empty, &otherEmpty)}) {
-        ASSERT_TRUE(shareBuffer(*a, *b));
-        EXPECT_TRUE(a->compareTo(*b) == 0 && a->compareToIgnoreCase(*b) == 0 && a->equals(*b));
-        EXPECT_TRUE(a->equalsIgnoreCase(*b) && *a == *b && *a <= *b && *a >= *b);
-        EXPECT_FALSE(*a != *b || *a < *b || *a > *b);
-    }
-}
-
-TEST(StringCompareTest, NullTextIsTheEmptyTextJudgedByLength) {
-    // a text starting with NUL is longer than nothing, although strcmp would call it ""
-    char const* const null = nullptr;
-    for (std::string const& text : {std::string(), std::string("a"), std::string("\0a", 2)}) {
-        String s = bytesOf(text);
-        bool const empty = text.empty();
-        bool const trueWhenEmpty[] = {s.equals(null), s.equalsIgnoreCase(null),
-                                      s == null,      null == s,
-                                      s <= null,      null >= s,
-                                      !(s != null),   !(null != s),
-                                      !(null < s),    !(s > null)};
-        for (std::size_t i = 0; i < std::size(trueWhenEmpty); ++i) {
-            EXPECT_EQ(trueWhenEmpty[i], empty) << "length " << text.size() << ", check " << i;
-        }
-        EXPECT_FALSE(s < null || null > s);
-        EXPECT_TRUE(null <= s && s >= null);
-    }
-}
-
-TEST(StringCompareTest, EachEqualityUsesItsOwnRuleForEmbeddedNul) {
-    // equals compares every byte; ==, the char const* forms and equalsIgnoreCase stop at NUL
-    String a = bytesOf(std::string("ab\0x", 4));
-    String b = bytesOf(std::string("AB\0y", 4));
-    String c = bytesOf(std::string("ab\0y", 4));
-    EXPECT_FALSE(a.equals(c));
-    EXPECT_TRUE(a == c && !(a != c) && a.equals("ab") && a == "ab");
-    EXPECT_TRUE(a.equalsIgnoreCase(b) && a.equalsIgnoreCase("AB"));
-    EXPECT_FALSE(a == String("ab") || a.equalsIgnoreCase(String("AB"))); // lengths differ
-}
-
-TEST(StringCompareTest, CharOperatorsMatchExactlyOneCharacter) {
-    // NUL equals only the empty text; any other character a text of length 1
-    struct Row {
-        char const* text;
-        char c;
-        bool equal;
-    } const rows[] = {
-        {"a", 'a', true}, {"ab", 'a', false}, {"", '\0', true},       {"a", '\0', false},
-        {"", 'a', false}, {"b", 'a', false},  {"\xff", '\xff', true},
-    };
-    for (Row const& row : rows) {
-        String s(row.text);
-        bool const results[] = {s == row.c, row.c == s, !(s != row.c), !(row.c != s)};
-        for (bool result : results) {
-            EXPECT_EQ(result, row.equal) << '"' << row.text << "\" vs " << int(row.c);
-        }
-    }
-}
-
-TEST(StringCompareTest, PrefixSuffixAndRegionTestsRefuseRangesOutsideTheText) {
-    String abc("abc"), c("c"), none, xbc("XBC");
-    // prefixes and suffixes: the empty one always fits, offsets must leave room
-    EXPECT_TRUE(abc.startsWith(none) && abc.endsWith(none) && none.startsWith(none));
-    EXPECT_TRUE(abc.startsWith(String("ab")) && !abc.startsWith(String("abcd")));
-    EXPECT_TRUE(abc.endsWith(String("bc")) && !abc.endsWith(String("xabc")));
-    EXPECT_FALSE(abc.endsWith(String("ab")));
-    struct Offset {
-        long offset;
-        String const* prefix;
-        bool expected;
-    } const offsets[] = {
-        {2, &c, true},     {3, &c, false},           {-1, &c, false},          {3, &none, true},
-        {4, &none, false}, {LONG_MAX, &none, false}, {LONG_MIN, &none, false},
-    };
-    for (Offset const& row : offsets) {
-        EXPECT_EQ(abc.startsWith(*row.prefix, row.offset), row.expected) << row.offset;
-    }
-    // regions: both ranges wholly inside their texts, sums must not wrap on the device
-    struct Region {
-        bool ignoreCase;
-        long offset, otherOffset, count;
-        bool expected;
-    } const regions[] = {
-        {true, 1, 1, 2, true},         {false, 1, 1, 2, false},       {false, 1, 1, 0, true},
-        {false, 3, 3, 0, true},        {false, 4, 0, 0, false},       {false, -1, 0, 0, false},
-        {false, 0, -1, 0, false},      {false, 0, 0, -1, false},      {true, 2, 2, 2, false},
-        {true, 1, 1, LONG_MAX, false}, {true, LONG_MAX, 1, 1, false}, {true, 1, LONG_MIN, 1, false},
-    };
-    for (Region const& row : regions) {
-        SCOPED_TRACE(testing::Message()
-                     << row.offset << " " << row.otherOffset << " " << row.count);
-        EXPECT_EQ(abc.regionMatches(row.ignoreCase, row.offset, xbc, row.otherOffset, row.count),
-                  row.expected);
-        if (!row.ignoreCase) {
-            EXPECT_EQ(abc.regionMatches(row.offset, xbc, row.otherOffset, row.count), row.expected);
-        }
-    }
-}
-
-TEST(StringCompareTest, GetCharsClampsTheRangeAndWritesNoTerminator) {
-    String abc("abc");
-    struct Row {
-        long begin, end;
-        char const* copied;
-    } const rows[] = {
-        {-5, 2, "ab"}, {2, 1, ""}, {1, 100, "bc"}, {LONG_MIN, LONG_MAX, "abc"}, {5, 9, ""},
-    };
-    for (Row const& row : rows) {
-        char out[] = "#####"; // the marks after the copied characters must survive
-        EXPECT_EQ(abc.getChars(row.begin, row.end, out),
-                  static_cast<long>(std::strlen(row.copied)));
-        EXPECT_EQ(std::string(out), (row.copied + std::string("#####")).substr(0, 5))
-            << row.begin << ".." << row.end;
-    }
-    EXPECT_EQ(abc.getChars(0, 3, nullptr), 0);
-}
-
-TEST(StringCompareTest, CharSearchesClampTheirStart) {
-    // forwards: NUL, and a start at or past the end, find nothing; backwards: the start is cut
-    // to the last character, a negative one finds nothing, and NUL is a byte like any other
-    String abcabc("abcabc");
-    struct Row {
-        char c;
-        long from, first, last;
-    } const rows[] = {
-        {'a', 0, 0, 0},    {'a', -3, 0, -1},    {'a', 2, 3, 0},         {'a', 3, 3, 3},
-        {'b', 6, -1, 4},   {'a', 100, -1, 3},   {'a', LONG_MAX, -1, 3}, {'a', LONG_MIN, 0, -1},
-        {'\0', 0, -1, -1}, {'\0', 100, -1, -1},
-    };
-    for (Row const& row : rows) {
-        EXPECT_EQ(abcabc.indexOf(row.c, row.from), row.first) << row.c << " from " << row.from;
-        EXPECT_EQ(abcabc.lastIndexOf(row.c, row.from), row.last) << row.c << " from " << row.from;
-    }
-    EXPECT_EQ(abcabc.indexOf('c'), 2);
-    EXPECT_EQ(abcabc.indexOf('\0'), -1);
-    EXPECT_EQ(abcabc.lastIndexOf('a'), 3);
-    EXPECT_EQ(String().lastIndexOf('\0'), -1);
-    EXPECT_EQ(String("a\xff").indexOf('\xff'), 1);
-    EXPECT_EQ(String("\xff\x7f").lastIndexOf('\xff'), 0);
-    // forwards, strchr stops at an embedded NUL; backwards, NUL is found like any byte
-    String withNul = bytesOf(std::string("ab\0ab", 5));
-    EXPECT_EQ(withNul.indexOf('b', 2), -1);
-    EXPECT_EQ(withNul.indexOf('b', 3), 4);
-    EXPECT_EQ(withNul.lastIndexOf('\0'), 2);
-}
-
-// The substring searches exactly as a step-by-step reading of their rules gives them:
-// strstr and strnicmp tried position by position.
+// The searches and range checks exactly as a step-by-step reading of their rules gives them:
+// strchr, strstr and strnicmp tried position by position, ranges checked without sums.
 struct Reference {
     std::string t;
 
@@ -218,6 +39,18 @@ struct Reference {
     long at(char const* found) const { return found == nullptr ? -1 : found - s(); }
     static long size(std::string const& a) { return static_cast<long>(a.size()); }
 
+    long indexOf(char c, long from) const {
+        return c == '\0' || from >= L() ? -1 : at(std::strchr(s() + std::max(from, 0L), c));
+    }
+    long lastIndexOf(char c, long from) const {
+        long p = from < 0 ? -1 : std::min(from, L() - 1);
+        while (p >= 0 && t[static_cast<std::size_t>(p)] != c)
+            --p;
+        return p;
+    }
+    bool holds(long at, std::string const& a, long count) const {
+        return count >= 0 && at >= 0 && at <= L() - count && count <= size(a);
+    }
     long indexOf(std::string const& a, long from) const {
         return L() - size(a) < from ? -1 : at(std::strstr(s() + std::max(from, 0L), a.c_str()));
     }
@@ -250,31 +83,128 @@ struct Reference {
     }
 };
 
-TEST(StringCompareTest, FastSearchesAgreeWithTheStepByStepRules) {
+TEST(StringCompareTest, EverythingAgreesWithTheStepByStepRules) {
     // short texts over a few bytes, NUL and 0xff among them, so that hits, NULs on either
-    // side and near misses are all common
+    // side, near misses and both orders of high and low bytes are all common
     char const alphabet[] = {'a', 'b', 'A', '\0', '\xff'};
     std::mt19937 random(20240611u);
+    auto position = [&](std::size_t length, int round) {
+        if (round % 50 == 0)
+            return round % 100 == 0 ? LONG_MAX : LONG_MIN; // must not wrap into range
+        return static_cast<long>(random() % (length + 5)) - 2;
+    };
     for (int round = 0; round < 20000; ++round) {
         Reference ref{randomText(random, alphabet, 14)};
         std::string needle = randomText(random, alphabet, 4);
         String text = bytesOf(ref.t), arg = bytesOf(needle);
-        long from = static_cast<long>(random() % (ref.t.size() + 5)) - 2;
-        if (round % 50 == 0)
-            from = round % 100 == 0 ? LONG_MAX : LONG_MIN; // must not wrap into range
+        char const* const t = ref.s();
+        char const* const n = needle.c_str();
+        long const from = position(ref.t.size(), round), at = position(needle.size(), round + 1);
+        long const count = position(needle.size(), round + 7);
+        char const c = needle.empty() ? static_cast<char>(random()) : needle[0];
         SCOPED_TRACE(testing::Message() << "round " << round << " from " << from);
-        ASSERT_EQ(text.indexOf(arg), ref.at(std::strstr(ref.s(), needle.c_str())));
+        // searches
+        ASSERT_EQ(text.indexOf(c), ref.indexOf(c, 0));
+        ASSERT_EQ(text.indexOf(c, from), ref.indexOf(c, from));
+        ASSERT_EQ(text.lastIndexOf(c), ref.lastIndexOf(c, LONG_MAX));
+        ASSERT_EQ(text.lastIndexOf(c, from), ref.lastIndexOf(c, from));
+        ASSERT_EQ(text.indexOf(arg), ref.at(std::strstr(t, n)));
         ASSERT_EQ(text.indexOf(arg, from), ref.indexOf(needle, from));
         ASSERT_EQ(text.lastIndexOf(arg), ref.lastIndexOf(needle));
         ASSERT_EQ(text.lastIndexOf(arg, from), ref.lastIndexOf(needle, from));
         ASSERT_EQ(text.indexOfIgnoreCase(arg, from), ref.indexOfIgnoreCase(needle, from));
         ASSERT_EQ(text.lastIndexOfIgnoreCase(arg), ref.lastIndexOfIgnoreCase(needle, LONG_MAX));
         ASSERT_EQ(text.lastIndexOfIgnoreCase(arg, from), ref.lastIndexOfIgnoreCase(needle, from));
+        // ranges: prefixes, suffixes and regions wholly inside their texts
+        long const size = static_cast<long>(needle.size());
+        auto same = [&](long own, long theirs, long k, bool fold) {
+            auto const bytes = static_cast<std::size_t>(k);
+            return fold ? strncasecmp(t + own, n + theirs, bytes) == 0
+                        : std::strncmp(t + own, n + theirs, bytes) == 0;
+        };
+        bool const prefix =
+            ref.holds(from, needle, size) &&
+            ref.t.compare(static_cast<std::size_t>(from), needle.size(), needle) == 0;
+        ASSERT_EQ(text.startsWith(arg, from), prefix);
+        ASSERT_EQ(text.startsWith(arg), ref.t.rfind(needle, 0) == 0);
+        ASSERT_EQ(text.endsWith(arg),
+                  ref.holds(ref.L() - size, needle, size) &&
+                      ref.t.compare(ref.t.size() - needle.size(), std::string::npos, needle) == 0);
+        for (bool fold : {false, true}) {
+            bool const inside = ref.holds(from, needle, count) && count <= size - at && at >= 0;
+            ASSERT_EQ(text.regionMatches(fold, from, arg, at, count),
+                      inside && same(from, at, count, fold));
+        }
+        ASSERT_EQ(text.regionMatches(from, arg, at, count),
+                  text.regionMatches(false, from, arg, at, count));
+        char copied[24];
+        std::memset(copied, '#', sizeof copied);
+        long const begin = std::clamp(from, 0L, ref.L());
+        long const end = count < begin ? begin : std::min(count, ref.L());
+        ASSERT_EQ(text.getChars(from, count, copied), end - begin);
+        ASSERT_EQ(
+            std::string(copied, sizeof copied),
+            ref.t.substr(static_cast<std::size_t>(begin), static_cast<std::size_t>(end - begin)) +
+                std::string(sizeof copied - static_cast<std::size_t>(end - begin), '#'));
+        // comparisons: compareTo has the reversed sense, the operators compare left to right,
+        // equals takes every byte while the others stop at a NUL
+        int const order = signOf(std::strcmp(t, n));
+        bool const sameText = ref.t.size() == needle.size() && order == 0;
+        ASSERT_EQ(text.compareTo(arg), -order);
+        ASSERT_EQ(text.compareToIgnoreCase(arg), signOf(strcasecmp(n, t)));
+        ASSERT_EQ(text.equals(arg), ref.t == needle);
+        ASSERT_EQ(text.equals(n), order == 0);
+        ASSERT_EQ(text.equalsIgnoreCase(n), strcasecmp(t, n) == 0);
         ASSERT_EQ(text.equalsIgnoreCase(arg),
-                  needle.size() == ref.t.size() &&
-                      strnicmp(ref.s(), needle.c_str(), static_cast<uint32_t>(needle.size())) == 0);
-        ASSERT_EQ(text.compareTo(arg), -signOf(std::strcmp(ref.s(), needle.c_str())));
+                  needle.size() == ref.t.size() && strncasecmp(t, n, needle.size()) == 0);
+        bool const results[] = {
+            text == arg, text != arg, text<arg, text> arg, text <= arg, text >= arg,
+            text == n,   text != n,   text<n, text> n,     text <= n,   text >= n,
+            n == text,   n != text,   n<text, n> text,     n <= text,   n >= text};
+        bool const expected[] = {sameText,   !sameText,  order<0, order> 0, order <= 0,
+                                 order >= 0, order == 0, order != 0,        order<0, order> 0,
+                                 order <= 0, order >= 0, order == 0,        order != 0,
+                                 order > 0,  order < 0,  order >= 0,        order <= 0};
+        for (std::size_t i = 0; i < sizeof results; ++i)
+            ASSERT_EQ(results[i], expected[i]) << "operator " << i;
+        bool const oneChar = c == '\0' ? ref.t.empty() : ref.t.size() == 1 && ref.t[0] == c;
+        ASSERT_EQ(text == c, oneChar);
+        ASSERT_EQ(c == text, oneChar);
+        ASSERT_EQ(text != c, !oneChar);
+        ASSERT_EQ(c != text, !oneChar);
     }
+}
+
+TEST(StringCompareTest, OneBufferHeldByBothSidesIsEqualEverywhere) {
+    String text("abc"), copy(text), empty, otherEmpty(static_cast<char const*>(nullptr));
+    for (auto [a, b] : {std::make_pair(&text, &copy), std::make_pair(&empty, &otherEmpty)}) {
+        ASSERT_TRUE(shareBuffer(*a, *b));
+        EXPECT_TRUE(a->compareTo(*b) == 0 && a->compareToIgnoreCase(*b) == 0 && a->equals(*b));
+        EXPECT_TRUE(a->equalsIgnoreCase(*b) && *a == *b && *a <= *b && *a >= *b);
+        EXPECT_FALSE(*a != *b || *a < *b || *a > *b);
+    }
+}
+
+TEST(StringCompareTest, NullTextIsTheEmptyTextJudgedByLength) {
+    // a text starting with NUL is longer than nothing, although strcmp would call it ""
+    char const* const null = nullptr;
+    for (std::string const& bytes : {std::string(), std::string("a"), std::string("\0a", 2)}) {
+        String s = bytesOf(bytes);
+        bool const empty = bytes.empty();
+        bool const trueWhenEmpty[] = {s.equals(null), s.equalsIgnoreCase(null),
+                                      s == null,      null == s,
+                                      s <= null,      null >= s,
+                                      !(s != null),   !(null != s),
+                                      !(null < s),    !(s > null)};
+        for (bool result : trueWhenEmpty)
+            EXPECT_EQ(result, empty) << "length " << bytes.size();
+        EXPECT_FALSE(s < null || null > s);
+        EXPECT_TRUE(null <= s && s >= null);
+    }
+    char none[] = "#";
+    EXPECT_EQ(String("abc").getChars(0, 3, nullptr), 0);
+    EXPECT_EQ(String("abc").getChars(0, 0, none), 0);
+    EXPECT_STREQ(none, "#");
 }
 
 TEST(StringCompareTest, EqualsIgnoringCaseOfLongTextsAgreesWithStrnicmp) {
