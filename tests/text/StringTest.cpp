@@ -57,12 +57,13 @@ TEST(StringTest, EmptyFormsShareOneStaticBufferAndCountTheirHolders) {
     int32_t before = referencesOf(String::EMPTY());
     {
         String a, b(static_cast<char>(0)), c(static_cast<char const*>(nullptr)), d("");
-        String e(nullptr, 100L), f("abc", 5L, 1L), g("abc", 1L, 0L), h("abc"), i("abc");
+        String e(nullptr, 100L), f("abc", 5L, 1L), g("abc", 1L, 0L), h("abc"), i("abc"), j(" \t ");
         h = static_cast<char const*>(nullptr);
         i = '\0';
-        for (String const* s : {&a, &b, &c, &d, &e, &f, &g, &h, &i})
+        j.trim(); // all blank
+        for (String const* s : {&a, &b, &c, &d, &e, &f, &g, &h, &i, &j})
             EXPECT_TRUE(usesSharedEmpty(*s) && invariantsHold(*s));
-        EXPECT_EQ(referencesOf(a), before + 9);
+        EXPECT_EQ(referencesOf(a), before + 10);
         EXPECT_TRUE(String::StringBuffer::EMPTY()->hasMultipleReferers());
     }
     EXPECT_EQ(referencesOf(String::EMPTY()), before);
