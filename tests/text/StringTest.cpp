@@ -9,6 +9,7 @@
 
 #include <climits>
 #include <cstring>
+#include <iterator>
 
 using namespace orvik_test;
 
@@ -33,24 +34,11 @@ TEST(StringTest, HandleIsOnePointerToAHeaderOfThreeFieldsBeforeTheText) {
 }
 
 TEST(StringTest, SizingRuleRoundsUpInSixteensThenSixtyFours) {
-    long const rows[][2] = {
-        {0, 7},
-        {7, 7},
-        {8, 23},
-        {23, 23},
-        {24, 39},
-        {119, 119},
-        {120, 135},
-        {127, 135},
-        {128, 191},
-        {191, 191},
-        {192, 255},
-        {4096, 4159},
-        {INT32_MAX, INT32_MAX},
-        {-100, -89}, // 32-bit arithmetic: a negative request wraps like the device's
-    };
-    for (auto const& row : rows)
-        EXPECT_EQ(String::StringBuffer::NEAREST_VALID_STRING_LENGTH(row[0]), row[1]) << row[0];
+    // 32-bit arithmetic: a negative request wraps like the device's
+    long const needed[] = {0, 7, 8, 23, 24, 119, 120, 127, 128, 191, 192, 4096, INT32_MAX, -100};
+    long const capacity[] = {7, 7, 23, 23, 39, 119, 135, 135, 191, 191, 255, 4159, INT32_MAX, -89};
+    for (std::size_t i = 0; i < std::size(needed); ++i)
+        EXPECT_EQ(String::StringBuffer::NEAREST_VALID_STRING_LENGTH(needed[i]), capacity[i]);
 }
 
 TEST(StringTest, EmptyFormsShareOneStaticBufferAndCountTheirHolders) {
@@ -86,11 +74,10 @@ TEST(StringTest, ConstructorsSizeByTheRuleOrByTheRequest) {
         // offset and count are clamped into the text
         {String("abcdef", 2L, 3L), "cde", 7},
         {String("abcdef", -5L, 3L), "abc", 7},
-        {String("abcdef", 4L, 10L), "ef",
-         7}, // a character always gets a new buffer of 7; the shared empty buffer is never written
+        {String("abcdef", 4L, 10L), "ef", 7},
+        // a character always gets a new buffer of 7; the shared empty buffer is never written
         {String("abcdef") = 'z', "z", 7},
-        {String() = "", "", 7},
-    };
+        {String() = "", "", 7}};
     for (Row const& row : rows) {
         EXPECT_STREQ(row.value.buffer(), row.text);
         EXPECT_EQ(capacityOf(row.value), row.capacity) << row.text;
