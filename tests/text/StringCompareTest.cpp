@@ -21,15 +21,6 @@ namespace {
 
 int signOf(int value) { return (value > 0) - (value < 0); }
 
-// Bytes drawn from a small alphabet, so that matches and near misses are common.
-template <std::size_t N>
-std::string randomText(std::mt19937& random, char const (&alphabet)[N], std::size_t maxLength) {
-    std::string text(random() % (maxLength + 1), ' ');
-    for (char& c : text)
-        c = alphabet[random() % N];
-    return text;
-}
-
 // The substring searches exactly as a step-by-step reading of their rules gives them:
 // strstr and strnicmp tried position by position.
 struct Reference {
