@@ -1,10 +1,8 @@
-// The formatting engine and the case-folding comparisons: glibc as oracle for what they
-// share with it, slices, and the directives where the engine deliberately parts from glibc.
+// The formatting engine: glibc as oracle for the shared directives, slices, and the
+// directives where the engine deliberately parts from glibc.
 #include <orvik_utilities/text/Format.h>
 
 #include <gtest/gtest.h>
-
-#include <strings.h>
 
 #include <algorithm>
 #include <climits>
@@ -17,8 +15,6 @@
 #include <vector>
 
 namespace {
-
-int sign(int v) { return (v > 0) - (v < 0); }
 
 // Formats into a roomy buffer and checks that snxprintf stored what strlenf counts.
 __attribute__((format(printf, 1, 2))) std::string fmt(char const* format, ...) {
@@ -213,26 +209,6 @@ TEST(FormatTest, CountsEveryProducedCharacterButNotDroppedOnes) {
     EXPECT_EQ(strlenf("%70000d%hn", 1, &pair[0]), 70000);
     EXPECT_EQ(pair[0], static_cast<short>(70000 - 65536));
     EXPECT_EQ(pair[1], -1);
-}
-
-// In the C locale glibc folds only 'A'-'Z' and compares bytes unsigned, as the device does.
-// Its results are reduced to their sign: exactly -1, 0 and 1 are demanded.
-TEST(FormatTest, CaseFoldingAgreesWithCLocaleStrcasecmp) {
-    char const alphabet[] = "aAzZbB@[`{\x7F\x80\xC1\xE1"; // case boundaries and high bytes
-    std::mt19937 rng(7u);
-    for (int i = 0; i < 20000; ++i) {
-        std::string a, b;
-        for (std::string* text : {&a, &b}) {
-            for (auto k = rng() % 5; k > 0; --k)
-                *text += alphabet[rng() % (sizeof alphabet - 1)];
-        }
-        auto const count = static_cast<uint32_t>(rng() % 6);
-        ASSERT_EQ(stricmp(a.c_str(), b.c_str()), sign(strcasecmp(a.c_str(), b.c_str())));
-        ASSERT_EQ(strnicmp(a.c_str(), b.c_str(), count),
-                  sign(strncasecmp(a.c_str(), b.c_str(), count)));
-        ASSERT_EQ(strnicmp(a.c_str(), b.c_str(), 0xFFFFFFFFu),
-                  sign(strcasecmp(a.c_str(), b.c_str())));
-    }
 }
 
 } // namespace

@@ -74,9 +74,9 @@ std::vector<bool> relations(int order, bool equal) {
 }
 
 TEST(StringCompareTest, EverythingAgreesWithTheStepByStepRules) {
-    // short texts over a few bytes, NUL and 0xff among them, so that hits, NULs on either
-    // side, near misses and both orders of high and low bytes are all common
-    char const alphabet[] = {'a', 'b', 'A', '\0', '\xff'};
+    // short texts over a few bytes, so that hits, NULs on either side, near misses, both
+    // orders of high and low bytes and the neighbours of 'Z' and 'z' are all common
+    char const alphabet[] = {'a', 'b', 'A', '\0', '\xff', '[', '{'};
     std::mt19937 random(20240611u);
     auto position = [&](std::size_t length) {
         auto const r = random() % (length + 60);
@@ -133,6 +133,11 @@ TEST(StringCompareTest, EverythingAgreesWithTheStepByStepRules) {
         // equals takes every byte, the others stop at a NUL; a null text is the empty text
         // judged by length, so a text starting with NUL is still greater
         int const order = signOf(std::strcmp(t, n));
+        // In the C locale glibc folds only 'A'-'Z' and compares bytes unsigned, as the device
+        // does; exactly -1, 0 and 1 are demanded
+        auto const limit = static_cast<uint32_t>(count);
+        ASSERT_EQ(stricmp(t, n), signOf(strcasecmp(t, n)));
+        ASSERT_EQ(strnicmp(t, n, limit), signOf(strncasecmp(t, n, limit)));
         ASSERT_EQ(text.compareTo(arg), -order);
         ASSERT_EQ(text.compareToIgnoreCase(arg), signOf(strcasecmp(n, t)));
         ASSERT_EQ(text.equals(arg), ref.t == needle);

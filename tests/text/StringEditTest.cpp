@@ -184,6 +184,10 @@ TEST(StringEditTest, EditsAgreeWithAStepByStepModel) {
             ASSERT_TRUE(kEdits[edit].kind != InPlace || expected.empty() ||
                         static_cast<long>(expected.size()) > room || s.buffer() == storage)
                 << "edit " << edit << " took a new buffer";
+            // every holder counted once: an assignment lets go of the old buffer
+            bool const same = shareBuffer(s, copy);
+            ASSERT_TRUE(usesSharedEmpty(s) || referencesOf(s) == (same ? 2 : 1)) << edit;
+            ASSERT_TRUE(usesSharedEmpty(copy) || referencesOf(copy) == (same ? 2 : 1)) << edit;
             // case and replace copy a shared buffer as it is, at its capacity
             ASSERT_TRUE(!shared || edit > 2 || capacityOf(s) == capacityOf(copy)) << edit;
             long const index = position();
