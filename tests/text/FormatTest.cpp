@@ -11,7 +11,6 @@
 #include <cstring>
 #include <random>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace {
@@ -44,8 +43,7 @@ uint32_t const kEdgeValues[] = {0,       1,          7,          9,          10,
                                 255,     0x7FFF,     0x8000,     0xFFFF,     0x10000,
                                 1000000, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 123456789};
 
-class RandomCases {
-public:
+struct RandomCases {
     RandomCase next() {
         RandomCase c;
         std::size_t slot = 0;
@@ -59,7 +57,6 @@ public:
         return c;
     }
 
-private:
     std::mt19937 rng{20240611u};
 
     uint32_t pick(uint32_t n) { return static_cast<uint32_t>(rng() % n); }
@@ -162,35 +159,31 @@ TEST(FormatTest, PartsFromTheCLibraryWhereTheDeviceDoes) {
 #pragma GCC diagnostic ignored "-Wformat"
 #pragma GCC diagnostic ignored "-Wformat-extra-args"
 #pragma GCC diagnostic ignored "-Wformat-overflow"
-    std::pair<char const*, std::string> const rows[] = {
-        // A zero value always prints one digit, also at precision 0.
-        {"0|0|+0|0", fmt("%.0d|%#.0x|%+.0d|%.u", 0, 0, 0, 0u)},
-        // "%p" always has "0x", also for null, and the device's 32 bits in lower case; '0'
-        // fills after the prefix. 'l' reads a long but keeps the device's 32 bits too.
-        {"0x0|  0x0|0x00ff|0xdeadbeef",
-         fmt("%p|%5p|%06p|%p", static_cast<void*>(nullptr), static_cast<void*>(nullptr),
-             reinterpret_cast<void*>(0xFFu), reinterpret_cast<void*>(0xDEADBEEFu))},
-        {"89abcdef|4294967295",
-         fmt("%lx|%lu", static_cast<unsigned long>(UINT64_C(0x0123456789abcdef)),
-             static_cast<unsigned long>(UINT32_MAX))},
-        // '0' fills strings and characters too, whatever the precision; a NUL character and
-        // precision 0 leave only the fill; a null string prints as "(null)", cut by a precision.
-        {"000ab|0000x|00a", fmt("%05s|%05c|%03.1s", "ab", 'x', "abc")},
-        {"|   |  |(null)|(n", fmt("%c|%3c|%2.0c|%s|%.2s", 0, 0, 'x', none, none)},
-        // '#' puts its "0" before the precision's zeros.
-        {"0010", fmt("%#.3o", 8u)},
-        // A negative '*' width sets '-' but keeps a '0' flag, which then takes the width; one
-        // of INT_MIN has no int magnitude and pads nothing.
-        {"7   |0007|5|ab", fmt("%*d|%0*d|%*d|%*s", -4, 7, -4, 7, INT_MIN, 5, INT_MIN, "ab")},
-        // Unknown conversions print themselves and take no argument, and a format ending
-        // inside a directive ends the output there.
-        {"f7|k4|ld5|hd9|%|%3", fmt("%f%d|%-08.3k%d|%lld%d|%hhd%d|%5%|%-%%d", 7, 4, 5, 9, 3)},
-        {"ab|ab|ab|ab",
-         fmt("ab%") + '|' + fmt("ab%-08.3") + '|' + fmt("ab%*", 5) + '|' + fmt("ab%l")},
-    };
+    // A zero value always prints one digit, also at precision 0.
+    EXPECT_EQ(fmt("%.0d|%#.0x|%+.0d|%.u", 0, 0, 0, 0u), "0|0|+0|0");
+    // "%p" always has "0x", also for null, and the device's 32 bits in lower case; '0'
+    // fills after the prefix. 'l' reads a long but keeps the device's 32 bits too.
+    EXPECT_EQ(fmt("%p|%5p|%06p|%p", static_cast<void*>(nullptr), static_cast<void*>(nullptr),
+                  reinterpret_cast<void*>(0xFFu), reinterpret_cast<void*>(0xDEADBEEFu)),
+              "0x0|  0x0|0x00ff|0xdeadbeef");
+    EXPECT_EQ(fmt("%lx|%lu", static_cast<unsigned long>(UINT64_C(0x0123456789abcdef)),
+                  static_cast<unsigned long>(UINT32_MAX)),
+              "89abcdef|4294967295");
+    // '0' fills strings and characters too, whatever the precision; a NUL character and
+    // precision 0 leave only the fill; a null string prints as "(null)", cut by a precision.
+    EXPECT_EQ(fmt("%05s|%05c|%03.1s", "ab", 'x', "abc"), "000ab|0000x|00a");
+    EXPECT_EQ(fmt("%c|%3c|%2.0c|%s|%.2s", 0, 0, 'x', none, none), "|   |  |(null)|(n");
+    // '#' puts its "0" before the precision's zeros.
+    EXPECT_EQ(fmt("%#.3o", 8u), "0010");
+    // A negative '*' width sets '-' but keeps a '0' flag, which then takes the width; one
+    // of INT_MIN has no int magnitude and pads nothing.
+    EXPECT_EQ(fmt("%*d|%0*d|%*d|%*s", -4, 7, -4, 7, INT_MIN, 5, INT_MIN, "ab"), "7   |0007|5|ab");
+    // Unknown conversions print themselves and take no argument, and a format ending
+    // inside a directive ends the output there.
+    EXPECT_EQ(fmt("%f%d|%-08.3k%d|%lld%d|%hhd%d|%5%|%-%%d", 7, 4, 5, 9, 3), "f7|k4|ld5|hd9|%|%3");
+    EXPECT_EQ(fmt("ab%") + '|' + fmt("ab%-08.3") + '|' + fmt("ab%*", 5) + '|' + fmt("ab%l"),
+              "ab|ab|ab|ab");
 #pragma GCC diagnostic pop
-    for (auto const& [expected, actual] : rows)
-        EXPECT_EQ(actual, expected);
 }
 
 TEST(FormatTest, CountsEveryProducedCharacterButNotDroppedOnes) {

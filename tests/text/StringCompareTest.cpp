@@ -163,7 +163,7 @@ TEST(StringCompareTest, EverythingAgreesWithTheStepByStepRules) {
     }
 }
 
-TEST(StringCompareTest, EqualsIgnoringCaseOfLongTextsAgreesWithStrnicmp) {
+TEST(StringCompareTest, EqualsIgnoringCaseOfLongTextsAgreesWithStrncasecmp) {
     // long texts differing in case everywhere, with an occasional non-letter pair one case
     // bit apart, a foreign byte, or a NUL in one or both texts
     char const alphabet[] = {'a', 'Z', 'q', '[', '{', '@', '`', '\xc4', '\xe4', '\xff', '7'};
@@ -184,7 +184,7 @@ TEST(StringCompareTest, EqualsIgnoringCaseOfLongTextsAgreesWithStrnicmp) {
                 (random() % 2 ? a : b)[at] = swaps[random() % sizeof swaps];
             }
         }
-        bool expected = strnicmp(a.c_str(), b.c_str(), static_cast<uint32_t>(a.size())) == 0;
+        bool expected = strncasecmp(a.c_str(), b.c_str(), a.size()) == 0;
         equal += expected;
         ASSERT_EQ(bytesOf(a).equalsIgnoreCase(bytesOf(b)), expected) << "round " << round;
     }

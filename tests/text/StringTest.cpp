@@ -1,5 +1,5 @@
-// String storage: buffer layout, sizing, sharing and construction. What the changes write is
-// checked against a model, and the in-place path and allocation failure, in StringEditTest.
+// String storage and editing: buffer layout, sizing and sharing, every change against a
+// step-by-step model, formatting where it parts from the C library, and allocation failure.
 #include <orvik_utilities/text/String.h>
 
 #include "support/AllocationFailure.h"
@@ -7,9 +7,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <iterator>
+#include <random>
+#include <string>
 
 using namespace orvik_test;
 
@@ -59,30 +62,21 @@ TEST(StringTest, EmptyFormsShareOneStaticBufferAndCountTheirHolders) {
     EXPECT_EQ(String::StringBuffer::EMPTY()->capacity(), 0);
 }
 
+// Offsets and counts are clamped into the text.
 TEST(StringTest, ConstructorsSizeByTheRuleOrByTheRequest) {
-    struct Row {
-        String value;
-        char const* text;
-        long capacity;
-    } const rows[] = {
-        {String('x'), "x", 7},
-        {String("abcdefgh"), "abcdefgh", 23},
-        {String("abc", 200L), "abc", 255},
-        {String("abcdefghij", 2L), "abcdefghij", 23},
-        {String("abc", -5L), "abc", 7},
-        {String("", 0L), "", 7},
-        // offset and count are clamped into the text
-        {String("abcdef", 2L, 3L), "cde", 7},
-        {String("abcdef", -5L, 3L), "abc", 7},
-        {String("abcdef", 4L, 10L), "ef", 7},
-        // a character always gets a new buffer of 7; the shared empty buffer is never written
-        {String("abcdef") = 'z', "z", 7},
-        {String() = "", "", 7}};
-    for (Row const& row : rows) {
-        EXPECT_STREQ(row.value.buffer(), row.text);
-        EXPECT_EQ(capacityOf(row.value), row.capacity) << row.text;
-        EXPECT_EQ(referencesOf(row.value), 1) << row.text;
+    String const made[] = {
+        {'x'},    {"abcdefgh"},       {"abc", 200L},       {"abcdefghij", 2L}, {"abc", -5L},
+        {"", 0L}, {"abcdef", 2L, 3L}, {"abcdef", -5L, 3L}, {"abcdef", 4L, 10L}};
+    char const* const texts[] = {"x", "abcdefgh", "abc", "abcdefghij", "abc",
+                                 "",  "cde",      "abc", "ef"};
+    long const capacities[] = {7, 23, 255, 23, 7, 7, 7, 7, 7};
+    for (std::size_t i = 0; i < std::size(made); ++i) {
+        EXPECT_STREQ(made[i].buffer(), texts[i]);
+        EXPECT_EQ(capacityOf(made[i]), capacities[i]) << texts[i];
+        EXPECT_EQ(referencesOf(made[i]), 1) << texts[i];
     }
+    EXPECT_EQ(capacityOf(String("abcdef") = 'z'), 7); // a character always gets a new buffer
+    EXPECT_EQ(capacityOf(String() = ""), 7);          // the shared empty one is never written
 }
 
 TEST(StringTest, CopiesShareTheBufferUntilTheFirstWrite) {
@@ -106,6 +100,253 @@ TEST(StringTest, LengthsBeyond32BitsAreRefused) {
         EXPECT_TRUE(usesSharedEmpty(String("abc", huge)));
         s.concat("x", huge);
         EXPECT_EQ(textOf(s), "abc");
+    }
+}
+
+// One step's arguments, and the text before it.
+struct Step {
+    std::string old;
+    long p, q;       // positions: mostly near the text, now and then LONG_MIN or LONG_MAX
+    std::string arg; // may hold NULs
+    char c, d;
+    int number;
+    long length() const { return static_cast<long>(old.size()); }
+    long from() const { return std::max(p, 0L); }
+    long count() const { return std::min(q % 4 - 1, static_cast<long>(arg.size())); }
+};
+
+// What a C-string reading of the bytes sees: those before the first NUL.
+std::string visible(std::string const& bytes) { return bytes.substr(0, bytes.find('\0')); }
+std::string chr(char c) { return visible(std::string(1, c)); }
+
+// count bytes of t from from, both clamped into it.
+std::string part(std::string const& t, long from, long count) {
+    long const n = static_cast<long>(t.size());
+    from = std::clamp(from, 0L, n);
+    return t.substr(static_cast<std::size_t>(from),
+                    static_cast<std::size_t>(std::clamp(count, 0L, n - from)));
+}
+
+std::string inserted(Step const& a, std::string const& text) {
+    std::string t = a.old;
+    return a.p < 0 || a.p > a.length() ? t : t.insert(static_cast<std::size_t>(a.p), text);
+}
+
+std::string replaced(std::string t, char from, char to) {
+    std::replace(t.begin(), t.end(), from, to == '\0' ? from : to);
+    return t;
+}
+
+std::string caseSwapped(std::string t, unsigned char first, unsigned char last) {
+    for (char& c : t) {
+        auto const u = static_cast<unsigned char>(c);
+        c = u >= first && u <= last ? static_cast<char>(u ^ 0x20) : c;
+    }
+    return t;
+}
+
+std::string trimmed(std::string const& t) {
+    char const blanks[] = " \t\n\v\f\r";
+    std::size_t const first = t.find_first_not_of(blanks);
+    return first == std::string::npos ? ""
+                                      : t.substr(first, t.find_last_not_of(blanks) + 1 - first);
+}
+
+// Each change on a String, and the text a plain reading of its rule gives. A change writes
+// in place when the buffer is unshared and has room, unless it assigns a new String: one
+// built on the side may also fall back to empty when an allocation fails.
+enum Kind { InPlace, Assigns, BuildsAside };
+struct Edit {
+    void (*change)(String&, Step const&);
+    std::string (*expected)(Step const&);
+    Kind kind = InPlace;
+} const kEdits[] = {
+    {[](String& s, Step const& a) { s.replace(a.c, a.d); },
+     [](Step const& a) { return replaced(a.old, a.c, a.d); }},
+    {[](String& s, Step const&) { s.toLowerCase(); },
+     [](Step const& a) { return caseSwapped(a.old, 'A', 'Z'); }},
+    {[](String& s, Step const&) { s.toUpperCase(); },
+     [](Step const& a) { return caseSwapped(a.old, 'a', 'z'); }},
+    {[](String& s, Step const&) { s.trim(); }, [](Step const& a) { return trimmed(a.old); }},
+    {[](String& s, Step const& a) { s.deleteRegion(a.p); },
+     [](Step const& a) { return part(a.old, 0, a.from()); }},
+    {[](String& s, Step const& a) { s.deleteRegion(a.p, a.q); },
+     [](Step const& a) {
+         return a.from() < std::min(a.q, a.length())
+                    ? part(a.old, 0, a.from()) + part(a.old, a.q, a.length())
+                    : a.old;
+     }},
+    // a String brings its NULs along, a char const* ends at the first
+    {[](String& s, Step const& a) { s.insert(a.p, bytesOf(a.arg)); },
+     [](Step const& a) { return inserted(a, a.arg); }},
+    {[](String& s, Step const& a) { s.insert(a.p, a.arg.c_str()); },
+     [](Step const& a) { return inserted(a, visible(a.arg)); }},
+    {[](String& s, Step const& a) { s.insert(a.p, a.c); },
+     [](Step const& a) { return inserted(a, chr(a.c)); }},
+    {[](String& s, Step const& a) { s.insert(a.p, s); },
+     [](Step const& a) { return inserted(a, a.old); }},
+    {[](String& s, Step const& a) { s += a.c; }, [](Step const& a) { return a.old + chr(a.c); }},
+    {[](String& s, Step const& a) { s += a.arg.c_str(); },
+     [](Step const& a) { return a.old + visible(a.arg); }},
+    {[](String& s, Step const& a) { s += bytesOf(a.arg); },
+     [](Step const& a) { return a.old + a.arg; }},
+    {[](String& s, Step const&) { s.concat(s); }, [](Step const& a) { return a.old + a.old; }},
+    // the count decides, not the NULs; nothing for a null pointer or a count below 1
+    {[](String& s, Step const& a) { s.concat(a.arg.data(), a.count()); },
+     [](Step const& a) { return a.old + part(a.arg, 0, a.count()); }},
+    {[](String& s, Step const& a) { s.concat(nullptr, a.q); }, [](Step const& a) { return a.old; }},
+    // assigning a text that lies in the String's own buffer
+    {[](String& s, Step const& a) { s = s.buffer() + std::clamp(a.p, 0L, a.length()); },
+     [](Step const& a) { return visible(part(a.old, a.p, a.length())); }},
+    {[](String& s, Step const& a) { s = a.c; }, [](Step const& a) { return chr(a.c); }, Assigns},
+    {[](String& s, Step const& a) { s = s + bytesOf(a.arg); },
+     [](Step const& a) { return a.old + a.arg; }, Assigns},
+    {[](String& s, Step const& a) { s = s + a.arg.c_str(); },
+     [](Step const& a) { return a.old + visible(a.arg); }, Assigns},
+    {[](String& s, Step const& a) { s = s + a.c; }, [](Step const& a) { return a.old + chr(a.c); },
+     Assigns},
+    {[](String& s, Step const& a) { s = a.arg.c_str() + s; },
+     [](Step const& a) { return visible(a.arg) + a.old; }, BuildsAside},
+    {[](String& s, Step const& a) { s = a.c + s; }, [](Step const& a) { return chr(a.c) + a.old; },
+     BuildsAside},
+    {[](String& s, Step const& a) { s = String(a.arg.c_str(), std::clamp(a.q, -8L, 80L)); },
+     [](Step const& a) { return visible(a.arg); }, BuildsAside},
+    // substrings are copied as char const*, so they end at a NUL
+    {[](String& s, Step const& a) { s = s.substring(a.p); },
+     [](Step const& a) { return a.p < 0 ? "" : visible(part(a.old, a.p, a.length())); },
+     BuildsAside},
+    {[](String& s, Step const& a) { s = s.substring(a.p, a.q); },
+     [](Step const& a) {
+         return a.from() >= a.q ? "" : part(visible(a.old), a.from(), a.q - a.from());
+     },
+     BuildsAside},
+    {[](String& s, Step const& a) { s.concatf("%s<%d>", a.arg.c_str(), a.number); },
+     [](Step const& a) { return a.old + visible(a.arg) + '<' + std::to_string(a.number) + '>'; }},
+    // a NUL character adds nothing, and an empty result empties the String
+    {[](String& s, Step const& a) { s.format("%.2s%c", a.arg.c_str(), a.c); },
+     [](Step const& a) { return part(visible(a.arg), 0, 2) + chr(a.c); }},
+};
+
+// Random changes, in sequence, on Strings with more or less room. A third of them find the
+// buffer shared with a copy, which must keep the old text.
+TEST(StringTest, EditsAgreeWithAStepByStepModel) {
+    // Case boundaries, the blanks and their neighbours, a high byte and NUL.
+    char const alphabet[] = {'a',  'A',  'z',    'Z',    '@',    '{', ' ',
+                             '\t', '\r', '\x08', '\x0e', '\xA0', '\0'};
+    std::mt19937 random(20240612u);
+    auto pick = [&](long n) { return static_cast<long>(random() % static_cast<unsigned long>(n)); };
+    auto byte = [&] { return alphabet[pick(static_cast<long>(sizeof alphabet))]; };
+    for (int round = 0; round < 4000; ++round) {
+        Step a;
+        a.old = randomText(random, alphabet, 8);
+        String s("", pick(30)); // a private buffer of 7 to 39 characters
+        s.concat(a.old.data(), a.length());
+        for (int step = 0; step < 6; ++step) {
+            auto position = [&] {
+                long const r = pick(a.length() + 60);
+                return r == 0 ? LONG_MAX : r == 1 ? LONG_MIN : r % (a.length() + 5) - 2;
+            };
+            a = Step{a.old,
+                     position(),
+                     position(),
+                     randomText(random, alphabet, 5),
+                     byte(),
+                     byte(),
+                     static_cast<int>(pick(2001)) - 1000};
+            String copy;
+            bool const shared = pick(3) == 0;
+            if (shared)
+                copy = s;
+            auto const edit = static_cast<std::size_t>(pick(std::size(kEdits)));
+            char const* const storage = s.buffer();
+            long const room = referencesOf(s) == 1 ? capacityOf(s) : -1; // for writing in place
+            kEdits[edit].change(s, a);
+            std::string const expected = kEdits[edit].expected(a);
+            ASSERT_EQ(textOf(s), expected)
+                << "round " << round << " step " << step << " edit " << edit;
+            ASSERT_TRUE(invariantsHold(s)) << "edit " << edit;
+            ASSERT_TRUE(!shared || textOf(copy) == a.old)
+                << "edit " << edit << " wrote into a copy";
+            ASSERT_TRUE(kEdits[edit].kind != InPlace || expected.empty() ||
+                        static_cast<long>(expected.size()) > room || s.buffer() == storage)
+                << "edit " << edit << " took a new buffer";
+            // every holder counted once: an assignment lets go of the old buffer
+            bool const same = shareBuffer(s, copy);
+            ASSERT_TRUE(usesSharedEmpty(s) || referencesOf(s) == (same ? 2 : 1)) << edit;
+            ASSERT_TRUE(usesSharedEmpty(copy) || referencesOf(copy) == (same ? 2 : 1)) << edit;
+            // case and replace copy a shared buffer as it is, at its capacity
+            ASSERT_TRUE(!shared || edit > 2 || capacityOf(s) == capacityOf(copy)) << edit;
+            long const index = position();
+            bool const inside = index >= 0 && index < static_cast<long>(expected.size());
+            ASSERT_EQ(s[index], inside ? expected[static_cast<std::size_t>(index)] : '\0');
+            a.old = expected;
+        }
+    }
+}
+
+TEST(StringTest, FormattedTextIsThePlatformsCutToTheEnginesCount) {
+    // "%f" counts one character; "%0*d" of -4 counts as many as the platform's "7   " has;
+    // where the platform writes fewer than counted, the engine's own text fills the field.
+    String s("old");
+    s.format("%f", 1.5);
+    s.concatf("%0*d", -4, 7);
+    s.concatf("[%.0d]", 0);
+    EXPECT_EQ(textOf(s), "17   [0]");
+    s.format("%s", "");
+    EXPECT_TRUE(usesSharedEmpty(s));
+    // A new buffer is sized by the rule, and arguments in the old text stay readable.
+    String grown("0123456789");
+    grown.concatf("%0120d", 7);
+    EXPECT_EQ(capacityOf(grown), 191);
+    EXPECT_EQ(textOf(grown).substr(120), "0000000007");
+    String t("abc");
+    t.format("%s%s%s", t.buffer(), t.buffer(), t.buffer());
+    t.concatf("<%s>%015d", t.buffer(), 1);
+    EXPECT_EQ(textOf(t), "abcabcabc<abcabcabc>000000000000001");
+}
+
+// The C library converts through long, which saturates at 32 bits on the device.
+TEST(StringTest, ToIntegerReadsLikeScanfAndSaturatesAt32Bits) {
+    char const* const texts[] = {
+        "42", "0x1F",       "010",        " -7abc",     "+12",         "abc",
+        "",   "2147483647", "2147483648", "0xFFFFFFFF", "-2147483648", "-99999999999"};
+    int const values[] = {42, 31, 8, -7, 12, -1, -1, INT_MAX, INT_MAX, INT_MAX, INT_MIN, INT_MIN};
+    for (std::size_t i = 0; i < std::size(texts); ++i)
+        EXPECT_EQ(String(texts[i]).toInteger(), values[i]) << texts[i];
+}
+
+TEST(StringTest, StringOfFormsTheValueText) {
+    EXPECT_EQ(textOf(String::stringOf(false)) + textOf(String::stringOf(true)), "falsetrue");
+    EXPECT_EQ(textOf(String::stringOf(static_cast<long>(INT32_MIN))), "-2147483648");
+    EXPECT_EQ(textOf(String::stringOf(4294967295UL)), "4294967295");
+    EXPECT_EQ(textOf(String::stringOf(reinterpret_cast<void*>(0xBEEFu))), "0xbeef");
+    EXPECT_EQ(textOf(String::stringOf('x') + String::stringOf("yz", 1L, 5L)), "xz");
+}
+
+// Every change swept through its allocation failures, on an unshared and on a shared buffer:
+// each run ends with the old text or the new one, never anything between. Changes that build
+// a String on the side only keep the invariants: such a String may fall back to empty.
+TEST(StringTest, AllocationFailureLeavesStringUnchanged) {
+    Step a{" a sample text", 3, 9, "long inserted ", '!', 'A', 12345};
+    for (Edit const& edit : kEdits) {
+        std::string const expected = edit.expected(a);
+        for (bool shared : {false, true}) {
+            int injected = sweepAllocationFailures([&](AllocationFault& fault, bool& failed) {
+                String s(a.old.c_str()); // unshared, with room for the shorter results only
+                String copy;
+                if (shared)
+                    copy = s;
+                fault.arm();
+                edit.change(s, a);
+                failed = fault.disarm();
+                EXPECT_TRUE(invariantsHold(s)) << expected;
+                EXPECT_TRUE(textOf(s) == expected ||
+                            (failed && (textOf(s) == a.old || edit.kind == BuildsAside)))
+                    << expected << ": " << textOf(s);
+                EXPECT_TRUE(!shared || textOf(copy) == a.old) << expected;
+            });
+            EXPECT_TRUE(!shared || injected > 0 || expected == a.old) << expected;
+        }
     }
 }
 
