@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cctype>
 #include <climits>
 #include <cstring>
 #include <iterator>
@@ -127,8 +128,8 @@ std::string part(std::string const& t, long from, long count) {
 }
 
 std::string inserted(Step const& a, std::string const& text) {
-    std::string t = a.old;
-    return a.p < 0 || a.p > a.length() ? t : t.insert(static_cast<std::size_t>(a.p), text);
+    return a.p < 0 || a.p > a.length() ? a.old
+                                       : part(a.old, 0, a.p) + text + part(a.old, a.p, a.length());
 }
 
 std::string replaced(std::string t, char from, char to) {
@@ -136,11 +137,10 @@ std::string replaced(std::string t, char from, char to) {
     return t;
 }
 
-std::string caseSwapped(std::string t, unsigned char first, unsigned char last) {
-    for (char& c : t) {
-        auto const u = static_cast<unsigned char>(c);
-        c = u >= first && u <= last ? static_cast<char>(u ^ 0x20) : c;
-    }
+// Case as the C library's C locale sees it.
+std::string mapped(std::string t, int (*map)(int)) {
+    for (char& c : t)
+        c = static_cast<char>(map(static_cast<unsigned char>(c)));
     return t;
 }
 
@@ -160,72 +160,61 @@ struct Edit {
     std::string (*expected)(Step const&);
     Kind kind = InPlace;
 } const kEdits[] = {
-    {[](String& s, Step const& a) { s.replace(a.c, a.d); },
-     [](Step const& a) { return replaced(a.old, a.c, a.d); }},
-    {[](String& s, Step const&) { s.toLowerCase(); },
-     [](Step const& a) { return caseSwapped(a.old, 'A', 'Z'); }},
-    {[](String& s, Step const&) { s.toUpperCase(); },
-     [](Step const& a) { return caseSwapped(a.old, 'a', 'z'); }},
-    {[](String& s, Step const&) { s.trim(); }, [](Step const& a) { return trimmed(a.old); }},
-    {[](String& s, Step const& a) { s.deleteRegion(a.p); },
-     [](Step const& a) { return part(a.old, 0, a.from()); }},
-    {[](String& s, Step const& a) { s.deleteRegion(a.p, a.q); },
-     [](Step const& a) {
+    {[](auto& s, auto& a) { s.replace(a.c, a.d); },
+     [](auto& a) { return replaced(a.old, a.c, a.d); }},
+    {[](auto& s, auto&) { s.toLowerCase(); }, [](auto& a) { return mapped(a.old, std::tolower); }},
+    {[](auto& s, auto&) { s.toUpperCase(); }, [](auto& a) { return mapped(a.old, std::toupper); }},
+    {[](auto& s, auto&) { s.trim(); }, [](auto& a) { return trimmed(a.old); }},
+    {[](auto& s, auto& a) { s.deleteRegion(a.p); },
+     [](auto& a) { return part(a.old, 0, a.from()); }},
+    {[](auto& s, auto& a) { s.deleteRegion(a.p, a.q); },
+     [](auto& a) {
          return a.from() < std::min(a.q, a.length())
                     ? part(a.old, 0, a.from()) + part(a.old, a.q, a.length())
                     : a.old;
      }},
     // a String brings its NULs along, a char const* ends at the first
-    {[](String& s, Step const& a) { s.insert(a.p, bytesOf(a.arg)); },
-     [](Step const& a) { return inserted(a, a.arg); }},
-    {[](String& s, Step const& a) { s.insert(a.p, a.arg.c_str()); },
-     [](Step const& a) { return inserted(a, visible(a.arg)); }},
-    {[](String& s, Step const& a) { s.insert(a.p, a.c); },
-     [](Step const& a) { return inserted(a, chr(a.c)); }},
-    {[](String& s, Step const& a) { s.insert(a.p, s); },
-     [](Step const& a) { return inserted(a, a.old); }},
-    {[](String& s, Step const& a) { s += a.c; }, [](Step const& a) { return a.old + chr(a.c); }},
-    {[](String& s, Step const& a) { s += a.arg.c_str(); },
-     [](Step const& a) { return a.old + visible(a.arg); }},
-    {[](String& s, Step const& a) { s += bytesOf(a.arg); },
-     [](Step const& a) { return a.old + a.arg; }},
-    {[](String& s, Step const&) { s.concat(s); }, [](Step const& a) { return a.old + a.old; }},
+    {[](auto& s, auto& a) { s.insert(a.p, bytesOf(a.arg)); },
+     [](auto& a) { return inserted(a, a.arg); }},
+    {[](auto& s, auto& a) { s.insert(a.p, a.arg.c_str()); },
+     [](auto& a) { return inserted(a, visible(a.arg)); }},
+    {[](auto& s, auto& a) { s.insert(a.p, a.c); }, [](auto& a) { return inserted(a, chr(a.c)); }},
+    {[](auto& s, auto& a) { s.insert(a.p, s); }, [](auto& a) { return inserted(a, a.old); }},
+    {[](auto& s, auto& a) { s += a.c; }, [](auto& a) { return a.old + chr(a.c); }},
+    {[](auto& s, auto& a) { s += a.arg.c_str(); }, [](auto& a) { return a.old + visible(a.arg); }},
+    {[](auto& s, auto& a) { s += bytesOf(a.arg); }, [](auto& a) { return a.old + a.arg; }},
+    {[](auto& s, auto&) { s.concat(s); }, [](auto& a) { return a.old + a.old; }},
     // the count decides, not the NULs; nothing for a null pointer or a count below 1
-    {[](String& s, Step const& a) { s.concat(a.arg.data(), a.count()); },
-     [](Step const& a) { return a.old + part(a.arg, 0, a.count()); }},
-    {[](String& s, Step const& a) { s.concat(nullptr, a.q); }, [](Step const& a) { return a.old; }},
+    {[](auto& s, auto& a) { s.concat(a.arg.data(), a.count()); },
+     [](auto& a) { return a.old + part(a.arg, 0, a.count()); }},
+    {[](auto& s, auto& a) { s.concat(nullptr, a.q); }, [](auto& a) { return a.old; }},
     // assigning a text that lies in the String's own buffer
-    {[](String& s, Step const& a) { s = s.buffer() + std::clamp(a.p, 0L, a.length()); },
-     [](Step const& a) { return visible(part(a.old, a.p, a.length())); }},
-    {[](String& s, Step const& a) { s = a.c; }, [](Step const& a) { return chr(a.c); }, Assigns},
-    {[](String& s, Step const& a) { s = s + bytesOf(a.arg); },
-     [](Step const& a) { return a.old + a.arg; }, Assigns},
-    {[](String& s, Step const& a) { s = s + a.arg.c_str(); },
-     [](Step const& a) { return a.old + visible(a.arg); }, Assigns},
-    {[](String& s, Step const& a) { s = s + a.c; }, [](Step const& a) { return a.old + chr(a.c); },
+    {[](auto& s, auto& a) { s = s.buffer() + std::clamp(a.p, 0L, a.length()); },
+     [](auto& a) { return visible(part(a.old, a.p, a.length())); }},
+    {[](auto& s, auto& a) { s = a.c; }, [](auto& a) { return chr(a.c); }, Assigns},
+    {[](auto& s, auto& a) { s = s + bytesOf(a.arg); }, [](auto& a) { return a.old + a.arg; },
      Assigns},
-    {[](String& s, Step const& a) { s = a.arg.c_str() + s; },
-     [](Step const& a) { return visible(a.arg) + a.old; }, BuildsAside},
-    {[](String& s, Step const& a) { s = a.c + s; }, [](Step const& a) { return chr(a.c) + a.old; },
-     BuildsAside},
-    {[](String& s, Step const& a) { s = String(a.arg.c_str(), std::clamp(a.q, -8L, 80L)); },
-     [](Step const& a) { return visible(a.arg); }, BuildsAside},
+    {[](auto& s, auto& a) { s = s + a.arg.c_str(); },
+     [](auto& a) { return a.old + visible(a.arg); }, Assigns},
+    {[](auto& s, auto& a) { s = s + a.c; }, [](auto& a) { return a.old + chr(a.c); }, Assigns},
+    {[](auto& s, auto& a) { s = a.arg.c_str() + s; },
+     [](auto& a) { return visible(a.arg) + a.old; }, BuildsAside},
+    {[](auto& s, auto& a) { s = a.c + s; }, [](auto& a) { return chr(a.c) + a.old; }, BuildsAside},
+    {[](auto& s, auto& a) { s = String(a.arg.c_str(), std::clamp(a.q, -8L, 80L)); },
+     [](auto& a) { return visible(a.arg); }, BuildsAside},
     // substrings are copied as char const*, so they end at a NUL
-    {[](String& s, Step const& a) { s = s.substring(a.p); },
-     [](Step const& a) { return a.p < 0 ? "" : visible(part(a.old, a.p, a.length())); },
+    {[](auto& s, auto& a) { s = s.substring(a.p); },
+     [](auto& a) { return a.p < 0 ? "" : visible(part(a.old, a.p, a.length())); }, BuildsAside},
+    {[](auto& s, auto& a) { s = s.substring(a.p, a.q); },
+     [](auto& a) { return a.from() >= a.q ? "" : part(visible(a.old), a.from(), a.q - a.from()); },
      BuildsAside},
-    {[](String& s, Step const& a) { s = s.substring(a.p, a.q); },
-     [](Step const& a) {
-         return a.from() >= a.q ? "" : part(visible(a.old), a.from(), a.q - a.from());
-     },
-     BuildsAside},
-    {[](String& s, Step const& a) { s.concatf("%s<%d>", a.arg.c_str(), static_cast<int>(a.q)); },
-     [](Step const& a) {
+    {[](auto& s, auto& a) { s.concatf("%s<%d>", a.arg.c_str(), static_cast<int>(a.q)); },
+     [](auto& a) {
          return a.old + visible(a.arg) + '<' + std::to_string(static_cast<int>(a.q)) + '>';
      }},
     // a NUL character adds nothing, and an empty result empties the String
-    {[](String& s, Step const& a) { s.format("%.2s%c", a.arg.c_str(), a.c); },
-     [](Step const& a) { return part(visible(a.arg), 0, 2) + chr(a.c); }},
+    {[](auto& s, auto& a) { s.format("%.2s%c", a.arg.c_str(), a.c); },
+     [](auto& a) { return part(visible(a.arg), 0, 2) + chr(a.c); }},
 };
 
 // Random changes, in sequence, on Strings with more or less room. A third of them find the
