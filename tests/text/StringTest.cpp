@@ -169,9 +169,7 @@ struct Edit {
      [](auto& a) { return part(a.old, 0, a.from()); }},
     {[](auto& s, auto& a) { s.deleteRegion(a.p, a.q); },
      [](auto& a) {
-         return a.from() < std::min(a.q, a.length())
-                    ? part(a.old, 0, a.from()) + part(a.old, a.q, a.length())
-                    : a.old;
+         return part(a.old, 0, a.from()) + part(a.old, std::max(a.q, a.from()), a.length());
      }},
     // a String brings its NULs along, a char const* ends at the first
     {[](auto& s, auto& a) { s.insert(a.p, bytesOf(a.arg)); },
@@ -208,10 +206,8 @@ struct Edit {
     {[](auto& s, auto& a) { s = s.substring(a.p, a.q); },
      [](auto& a) { return a.from() >= a.q ? "" : part(visible(a.old), a.from(), a.q - a.from()); },
      BuildsAside},
-    {[](auto& s, auto& a) { s.concatf("%s<%d>", a.arg.c_str(), static_cast<int>(a.q)); },
-     [](auto& a) {
-         return a.old + visible(a.arg) + '<' + std::to_string(static_cast<int>(a.q)) + '>';
-     }},
+    {[](auto& s, auto& a) { s.concatf("%s<%d>", a.arg.c_str(), a.c); },
+     [](auto& a) { return a.old + visible(a.arg) + '<' + std::to_string(a.c) + '>'; }},
     // a NUL character adds nothing, and an empty result empties the String
     {[](auto& s, auto& a) { s.format("%.2s%c", a.arg.c_str(), a.c); },
      [](auto& a) { return part(visible(a.arg), 0, 2) + chr(a.c); }},
