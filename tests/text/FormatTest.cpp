@@ -148,8 +148,8 @@ TEST(FormatTest, AgreesWithTheCLibraryOnSharedDirectivesAndStoresOnlyTheSlice) {
     }
     // A null destination, size 0 or a negative skip store nothing at all.
     char out[] = "###";
-    EXPECT_EQ(snxprintf(out, 0, 0, "abc") + snxprintf(out, -1, 4, "abc"), 0);
-    EXPECT_EQ(snxprintf(nullptr, 0, 4, "abc"), 0);
+    EXPECT_EQ(
+        snxprintf(out, 0, 0, "a") + snxprintf(out, -1, 4, "a") + snxprintf(nullptr, 0, 4, "a"), 0);
     EXPECT_STREQ(out, "###");
 }
 
@@ -200,8 +200,7 @@ TEST(FormatTest, CountsEveryProducedCharacterButNotDroppedOnes) {
     EXPECT_EQ(snxprintf(out, 1, 3, "%5d%n", 12345, &n[5]), 2);
     EXPECT_EQ(std::vector<int>(n, n + 6), (std::vector<int>{3, 70003, 3, 2, 0, 3}));
     EXPECT_EQ(strlenf("%70000d%hn", 1, &pair[0]), 70000);
-    EXPECT_EQ(pair[0], static_cast<short>(70000 - 65536));
-    EXPECT_EQ(pair[1], -1);
+    EXPECT_TRUE(pair[0] == static_cast<short>(70000 - 65536) && pair[1] == -1);
 }
 
 } // namespace
