@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <random>
 #include <string>
 
 namespace orvik_test {
@@ -26,6 +27,21 @@ inline bool usesSharedEmpty(String const& s) {
 }
 inline std::string textOf(String const& s) {
     return std::string(s.buffer(), static_cast<std::size_t>(s.length()));
+}
+// A String holding exactly these bytes, embedded NULs included.
+inline String bytesOf(std::string const& bytes) {
+    String s;
+    s.concat(bytes.data(), static_cast<long>(bytes.size()));
+    return s;
+}
+
+// Bytes drawn from a small alphabet, so that matches and near misses are common.
+template <std::size_t N>
+std::string randomText(std::mt19937& random, char const (&alphabet)[N], std::size_t maxLength) {
+    std::string text(random() % (maxLength + 1), ' ');
+    for (char& c : text)
+        c = alphabet[random() % N];
+    return text;
 }
 
 // Terminator at the length, 0 <= length <= capacity, at least one holder, and the

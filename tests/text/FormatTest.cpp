@@ -11,33 +11,21 @@
 #include <cstring>
 #include <random>
 #include <string>
+#include <vector>
 
 namespace {
 
 // Formats into a roomy buffer and checks that snxprintf stored what strlenf counts.
 __attribute__((format(printf, 1, 2))) std::string fmt(char const* format, ...) {
     char out[256];
-    va_list args;
-    va_list again;
+    va_list args, again;
     va_start(args, format);
     va_copy(again, args);
     int const stored = vsnxprintf(out, 0, sizeof out, format, args);
-    int const length = vstrlenf(format, again);
+    EXPECT_EQ(stored, vstrlenf(format, again)) << format;
     va_end(again);
     va_end(args);
-    EXPECT_EQ(stored, length) << format;
-    EXPECT_EQ(out[stored], '\0') << format;
     return std::string(out, static_cast<std::size_t>(stored));
-}
-
-struct Row {
-    char const* expected;
-    std::string actual;
-};
-
-template <std::size_t N> void expectRows(Row const (&rows)[N]) {
-    for (std::size_t i = 0; i < N; ++i)
-        EXPECT_EQ(rows[i].actual, rows[i].expected) << "row " << i;
 }
 
 // A random format over the directives the engine shares with glibc, and its arguments.
@@ -48,13 +36,14 @@ struct RandomCase {
     intptr_t slots[12] = {};
 };
 
-char const* const kTexts[] = {"", "a", "hello", "router-01", "with space", "0123456789abcdef"};
+// The last two reach past the 16 characters measured inline.
+char const* const kTexts[] = {
+    "", "a", "hello", "router-01", "with space", "0123456789abcdef", "a text longer than sixteen"};
 uint32_t const kEdgeValues[] = {0,       1,          7,          9,          10,
                                 255,     0x7FFF,     0x8000,     0xFFFF,     0x10000,
                                 1000000, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 123456789};
 
-class RandomCases {
-public:
+struct RandomCases {
     RandomCase next() {
         RandomCase c;
         std::size_t slot = 0;
@@ -68,7 +57,6 @@ public:
         return c;
     }
 
-private:
     std::mt19937 rng{20240611u};
 
     uint32_t pick(uint32_t n) { return static_cast<uint32_t>(rng() % n); }
@@ -100,10 +88,10 @@ private:
             precision = 0;
             c.format += '.';
         } else if (precisionMode == 2) {
-            precision = static_cast<int>(pick(13));
+            precision = static_cast<int>(pick(25));
             c.format += '.' + std::to_string(precision);
         } else if (precisionMode == 3) {
-            precision = static_cast<int>(pick(16)) - 3;
+            precision = static_cast<int>(pick(28)) - 3;
             c.slots[slot++] = precision;
             c.format += ".*";
         }
@@ -113,7 +101,7 @@ private:
         c.format += conversion;
 
         if (conversion == 's') {
-            c.slots[slot++] = reinterpret_cast<intptr_t>(kTexts[pick(6)]);
+            c.slots[slot++] = reinterpret_cast<intptr_t>(kTexts[pick(7)]);
         } else if (conversion == 'c') {
             c.slots[slot++] = static_cast<intptr_t>(' ' + pick(95));
         } else {
@@ -128,72 +116,41 @@ private:
     }
 };
 
+// Calls fn(lead..., format, slots...) for the engine's functions and the C library's.
+template <typename Fn, typename... Lead> int withCase(RandomCase const& c, Fn fn, Lead... lead) {
+    intptr_t const* s = c.slots;
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-int engineSlice(RandomCase const& c, char* dest, int32_t skip, uint32_t size) {
-    intptr_t const* s = c.slots;
-    return snxprintf(dest, skip, size, c.format.c_str(), s[0], s[1], s[2], s[3], s[4], s[5], s[6],
-                     s[7], s[8], s[9], s[10], s[11]);
-}
-
-int engineLength(RandomCase const& c) {
-    intptr_t const* s = c.slots;
-    return strlenf(c.format.c_str(), s[0], s[1], s[2], s[3], s[4], s[5], s[6], s[7], s[8], s[9],
-                   s[10], s[11]);
-}
-
-int libcOutput(RandomCase const& c, char* dest, std::size_t size) {
-    intptr_t const* s = c.slots;
-    return std::snprintf(dest, size, c.format.c_str(), s[0], s[1], s[2], s[3], s[4], s[5], s[6],
-                         s[7], s[8], s[9], s[10], s[11]);
-}
+    return fn(lead..., c.format.c_str(), s[0], s[1], s[2], s[3], s[4], s[5], s[6], s[7], s[8], s[9],
+              s[10], s[11]);
 #pragma GCC diagnostic pop
+}
 
-TEST(FormatTest, AgreesWithTheCLibraryOnSharedDirectives) {
+// Each random format against glibc, stored whole and as one random slice: output characters
+// skip, skip+1, ... while one byte of size stays free, and nothing written past them.
+TEST(FormatTest, AgreesWithTheCLibraryOnSharedDirectivesAndStoresOnlyTheSlice) {
     RandomCases cases;
-    for (int i = 0; i < 4000; ++i) {
+    std::mt19937 random(5u);
+    for (int i = 0; i < 20000; ++i) {
         RandomCase const c = cases.next();
-        char expected[512];
-        char actual[512];
-        int const expectedLength = libcOutput(c, expected, sizeof expected);
-        ASSERT_EQ(engineLength(c), expectedLength) << c.format;
-        ASSERT_EQ(engineSlice(c, actual, 0, sizeof actual), expectedLength) << c.format;
+        char expected[512], actual[512];
+        int const length = withCase(c, std::snprintf, expected, sizeof expected);
+        ASSERT_EQ(withCase(c, strlenf), length) << c.format;
+        ASSERT_EQ(withCase(c, snxprintf, actual, 0, uint32_t{sizeof actual}), length) << c.format;
         ASSERT_STREQ(actual, expected) << c.format;
+        auto const skip = static_cast<int32_t>(random() % static_cast<uint32_t>(length + 2));
+        auto const size = 1 + static_cast<uint32_t>(random() % static_cast<uint32_t>(length + 2));
+        std::memset(actual, '#', sizeof actual);
+        int const stored = withCase(c, snxprintf, actual, skip, size);
+        ASSERT_EQ(std::string(actual, static_cast<std::size_t>(stored) + 2),
+                  std::string(expected + std::min(skip, length)).substr(0, size - 1) + '\0' + '#')
+            << c.format << " skip " << skip << " size " << size;
     }
-}
-
-TEST(FormatTest, StoresOnlyTheRequestedSlice) {
-    RandomCases cases;
-    for (int i = 0; i < 120; ++i) {
-        RandomCase const c = cases.next();
-        char fullText[512];
-        engineSlice(c, fullText, 0, sizeof fullText);
-        std::string const full = fullText;
-        auto const length = static_cast<int32_t>(full.size());
-        for (int32_t skip = 0; skip <= length + 1; ++skip) {
-            for (uint32_t size = 1; size <= static_cast<uint32_t>(length) + 2; ++size) {
-                char out[512];
-                std::memset(out, '#', sizeof out);
-                std::string const expected =
-                    full.substr(static_cast<std::size_t>(std::min(skip, length)), size - 1);
-                int const stored = engineSlice(c, out, skip, size);
-                ASSERT_EQ(std::string(out, static_cast<std::size_t>(stored)), expected)
-                    << c.format << " skip " << skip << " size " << size;
-                ASSERT_EQ(out[stored], '\0');
-                ASSERT_EQ(out[stored + 1], '#') << "wrote past the terminator";
-            }
-        }
-    }
-}
-
-TEST(FormatTest, InvalidSliceReturnsZeroAndWritesNothing) {
-    char out[8];
-    std::memset(out, '#', sizeof out);
-    EXPECT_EQ(snxprintf(out, 0, 0, "abc"), 0);
-    EXPECT_EQ(snxprintf(out, -1, sizeof out, "abc"), 0);
-    EXPECT_EQ(snxprintf(out, INT32_MIN, sizeof out, "abc"), 0);
-    EXPECT_EQ(snxprintf(nullptr, 0, sizeof out, "abc"), 0);
-    EXPECT_EQ(std::string(out, sizeof out), "########");
+    // A null destination, size 0 or a negative skip store nothing at all.
+    char out[] = "###";
+    EXPECT_EQ(
+        snxprintf(out, 0, 0, "a") + snxprintf(out, -1, 4, "a") + snxprintf(nullptr, 0, 4, "a"), 0);
+    EXPECT_STREQ(out, "###");
 }
 
 TEST(FormatTest, PartsFromTheCLibraryWhereTheDeviceDoes) {
@@ -202,85 +159,48 @@ TEST(FormatTest, PartsFromTheCLibraryWhereTheDeviceDoes) {
 #pragma GCC diagnostic ignored "-Wformat"
 #pragma GCC diagnostic ignored "-Wformat-extra-args"
 #pragma GCC diagnostic ignored "-Wformat-overflow"
-    Row const rows[] = {
-        // A zero value always prints one digit, also at precision 0.
-        {"0", fmt("%.0d", 0)},
-        {"0|+0|0", fmt("%#.0x|%+.0d|%.u", 0, 0, 0u)},
-        // "%p" always has "0x", also for null; '0' fills after the prefix.
-        {"0x0", fmt("%p", static_cast<void*>(nullptr))},
-        {"       0x0", fmt("%10p", static_cast<void*>(nullptr))},
-        {"0xfffffff0|0x00ff",
-         fmt("%p|%06p", reinterpret_cast<void*>(0xFFFFFFF0u), reinterpret_cast<void*>(0xFFu))},
-        // '0' fills strings and characters too, whatever the precision.
-        {"000ab|0000x|00a", fmt("%05s|%05c|%03.1s", "ab", 'x', "abc")},
-        // A NUL character and precision 0 leave only the fill.
-        {"|   |  ", fmt("%c|%3c|%2.0c", 0, 0, 'x')},
-        // A null string prints as "(null)", which a precision cuts.
-        {"(null)|(n", fmt("%s|%.2s", none, none)},
-        // '#' puts its "0" before the precision's zeros.
-        {"0010", fmt("%#.3o", 8u)},
-        // A negative '*' width sets '-' but keeps a '0' flag, which then takes the width.
-        {"7   |0007", fmt("%*d|%0*d", -4, 7, -4, 7)},
-        // A '*' width of INT_MIN has no int magnitude and pads nothing.
-        {"5|ab", fmt("%*d|%*s", INT_MIN, 5, INT_MIN, "ab")},
-        // Unknown conversions print themselves and take no argument.
-        {"f7", fmt("%f%d", 7)},
-        {"k4", fmt("%-08.3k%d", 4)},
-        {"ld5|hd9", fmt("%lld%d|%hhd%d", 5, 9)},
-        {"%|%3", fmt("%5%|%-%%d", 3)},
-        // A format ending inside a directive ends the output there.
-        {"ab", fmt("ab%")},
-        {"ab", fmt("ab%-08.3")},
-        {"ab", fmt("ab%*", 5)},
-        {"ab", fmt("ab%l")},
-    };
+    // A zero value always prints one digit, also at precision 0.
+    EXPECT_EQ(fmt("%.0d|%#.0x|%+.0d|%.u", 0, 0, 0, 0u), "0|0|+0|0");
+    // "%p" always has "0x", also for null, and the device's 32 bits in lower case; '0'
+    // fills after the prefix. 'l' reads a long but keeps the device's 32 bits too.
+    EXPECT_EQ(fmt("%p|%5p|%06p|%p", static_cast<void*>(nullptr), static_cast<void*>(nullptr),
+                  reinterpret_cast<void*>(0xFFu), reinterpret_cast<void*>(0xDEADBEEFu)),
+              "0x0|  0x0|0x00ff|0xdeadbeef");
+    EXPECT_EQ(fmt("%lx|%lu", static_cast<unsigned long>(UINT64_C(0x0123456789abcdef)),
+                  static_cast<unsigned long>(UINT32_MAX)),
+              "89abcdef|4294967295");
+    // '0' fills strings and characters too, whatever the precision; a NUL character and
+    // precision 0 leave only the fill; a null string prints as "(null)", cut by a precision.
+    EXPECT_EQ(fmt("%05s|%05c|%03.1s", "ab", 'x', "abc"), "000ab|0000x|00a");
+    EXPECT_EQ(fmt("%c|%3c|%2.0c|%s|%.2s", 0, 0, 'x', none, none), "|   |  |(null)|(n");
+    // '#' puts its "0" before the precision's zeros.
+    EXPECT_EQ(fmt("%#.3o", 8u), "0010");
+    // A negative '*' width sets '-' but keeps a '0' flag, which then takes the width; one
+    // of INT_MIN has no int magnitude and pads nothing.
+    EXPECT_EQ(fmt("%*d|%0*d|%*d|%*s", -4, 7, -4, 7, INT_MIN, 5, INT_MIN, "ab"), "7   |0007|5|ab");
+    // Unknown conversions print themselves and take no argument, and a format ending
+    // inside a directive ends the output there.
+    EXPECT_EQ(fmt("%f%d|%-08.3k%d|%lld%d|%hhd%d|%5%|%-%%d", 7, 4, 5, 9, 3), "f7|k4|ld5|hd9|%|%3");
+    EXPECT_EQ(fmt("ab%") + '|' + fmt("ab%-08.3") + '|' + fmt("ab%*", 5) + '|' + fmt("ab%l"),
+              "ab|ab|ab|ab");
 #pragma GCC diagnostic pop
-    expectRows(rows);
-}
-
-TEST(FormatTest, ArgumentsHaveTheDeviceWidths) {
-    Row const rows[] = {
-        // The most negative int keeps its magnitude.
-        {"-2147483648|-2147483648|2147483648",
-         fmt("%d|%ld|%u", INT_MIN, static_cast<long>(INT_MIN), static_cast<unsigned>(INT_MIN))},
-        {"-002147483648|80000000", fmt("%.12i|%x", INT_MIN, 0x80000000u)},
-        // 'h' keeps the low 16 bits, signed for 'd' and 'i'.
-        {"-1|1|2345|-32768|32767",
-         fmt("%hd|%hu|%hx|%hi|%hd", 65535, 65537u, 0x12345u, 0x18000, 0x7FFF)},
-        // 'l' reads a long but keeps 32 bits, as the device's long has.
-        {"89abcdef|4294967295",
-         fmt("%lx|%lu", static_cast<unsigned long>(UINT64_C(0x0123456789abcdef)),
-             static_cast<unsigned long>(UINT32_MAX))},
-        // Pointers print 32 bits with lower-case digits.
-        {"0x80000000|0xdeadbeef",
-         fmt("%p|%p", reinterpret_cast<void*>(0x80000000u), reinterpret_cast<void*>(0xDEADBEEFu))},
-    };
-    expectRows(rows);
 }
 
 TEST(FormatTest, CountsEveryProducedCharacterButNotDroppedOnes) {
+    // Skipped characters count, the position being in the whole output; dropped ones do not,
+    // whether literal, converted or due after a skip. Without 'h' all 32 bits are stored;
+    // with 'h' only 16, leaving the neighbour alone.
     char out[16];
-    int n = -1;
-    EXPECT_EQ(strlenf("abc%n", &n), 3);
-    EXPECT_EQ(n, 3);
-    // Skipped characters count: the position is in the whole output.
-    EXPECT_EQ(snxprintf(out, 2, sizeof out, "abc%nd", &n), 2);
-    EXPECT_STREQ(out, "cd");
-    EXPECT_EQ(n, 3);
-    // Dropped characters do not, whether literal, converted or due after a skip.
-    EXPECT_EQ(snxprintf(out, 0, 3, "abcdef%n", &n), 2);
-    EXPECT_EQ(n, 2);
-    EXPECT_EQ(snxprintf(out, 1, 3, "%5d%n", 12345, &n), 2);
-    EXPECT_EQ(n, 3);
-    EXPECT_EQ(snxprintf(out, 2, 1, "abc%n", &n), 0);
-    EXPECT_EQ(n, 0);
-    // Without 'h' all 32 bits are stored; with 'h' only 16, leaving the neighbour alone.
-    EXPECT_EQ(strlenf("%70000d%n", 1, &n), 70000);
-    EXPECT_EQ(n, 70000);
+    int n[6] = {};
     short pair[2] = {-1, -1};
+    EXPECT_EQ(strlenf("abc%n%70000d%n", &n[0], 1, &n[1]), 70003);
+    EXPECT_EQ(snxprintf(out, 2, sizeof out, "abc%nd", &n[2]), 2);
+    EXPECT_STREQ(out, "cd");
+    EXPECT_EQ(snxprintf(out, 0, 3, "abcdef%n", &n[3]) + snxprintf(out, 2, 1, "abc%n", &n[4]), 2);
+    EXPECT_EQ(snxprintf(out, 1, 3, "%5d%n", 12345, &n[5]), 2);
+    EXPECT_EQ(std::vector<int>(n, n + 6), (std::vector<int>{3, 70003, 3, 2, 0, 3}));
     EXPECT_EQ(strlenf("%70000d%hn", 1, &pair[0]), 70000);
-    EXPECT_EQ(pair[0], static_cast<short>(70000 - 65536));
-    EXPECT_EQ(pair[1], -1);
+    EXPECT_TRUE(pair[0] == static_cast<short>(70000 - 65536) && pair[1] == -1);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// String comparison, ordering and search: tables of edge cases and a randomised cross-check.
+// String comparison, ordering and search against step-by-step references and the C library.
 #include <orvik_utilities/text/Format.h>
 #include <orvik_utilities/text/String.h>
 
@@ -6,207 +6,20 @@
 
 #include <gtest/gtest.h>
 
+#include <strings.h>
+
 #include <algorithm>
 #include <climits>
 #include <cstring>
-#include <iterator>
 #include <random>
 #include <string>
-#include <utility>
+#include <vector>
 
 using namespace orvik_test;
 
 namespace {
 
-// A String holding exactly these bytes, embedded NULs included.
-String bytesOf(std::string const& bytes) {
-    String s;
-    s.concat(bytes.data(), static_cast<long>(bytes.size()));
-    return s;
-}
-
 int signOf(int value) { return (value > 0) - (value < 0); }
-
-// Bytes drawn from a small alphabet, so that matches and near misses are common.
-template <std::size_t N>
-std::string randomText(std::mt19937& random, char const (&alphabet)[N], std::size_t maxLength) {
-    std::string text(random() % (maxLength + 1), ' ');
-    for (char& c : text)
-        c = alphabet[random() % N];
-    return text;
-}
-
-TEST(StringCompareTest, CompareToHasTheReversedSense) {
-    // compareTo(other) is strcmp(other, this); bytes >= 0x80 sort after ASCII on both targets
-    struct Row {
-        char const* own;
-        char const* other;
-        int expected;
-    } const rows[] = {
-        {"b", "a", -1}, {"a", "b", 1},        {"abc", "abc", 0}, {"ab", "abc", 1},
-        {"", "a", 1},   {"\x80", "\x7f", -1}, {"a", "\xff", 1},  {"\xff", "\xfe", -1},
-    };
-    for (Row const& row : rows) {
-        SCOPED_TRACE(std::string(row.own) + " vs " + row.other);
-        String own(row.own), other(row.other);
-        EXPECT_EQ(own.compareTo(other), row.expected);
-        EXPECT_EQ(own.compareToIgnoreCase(other), row.expected);
-        // the operators compare left against right
-        EXPECT_EQ((own < other), row.expected > 0);
-        EXPECT_EQ((own > other), row.expected < 0);
-        EXPECT_EQ((own < row.other), row.expected > 0);
-        EXPECT_EQ((row.other < own), row.expected < 0);
-    }
-    // folding keeps the reversed sense
-    EXPECT_EQ(String("a").compareToIgnoreCase(String("B")), 1);
-    EXPECT_EQ(String("B").compareToIgnoreCase(String("a")), -1);
-}
-
-TEST(StringCompareTest, OneBufferHeldByBothSidesIsEqualEverywhere) {
-    String text("abc"), copy(text), empty, otherEmpty(static_cast<char const*>(nullptr));
-    for (auto [a, b] : {std::make_pair(&text, &copy), std::make_pair(&empty, &otherEmpty)}) {
-        ASSERT_TRUE(shareBuffer(*a, *b));
-        EXPECT_TRUE(a->compareTo(*b) == 0 && a->compareToIgnoreCase(*b) == 0 && a->equals(*b));
-        EXPECT_TRUE(a->equalsIgnoreCase(*b) && *a == *b && *a <= *b && *a >= *b);
-        EXPECT_FALSE(*a != *b || *a < *b || *a > *b);
-    }
-}
-
-TEST(StringCompareTest, NullTextIsTheEmptyTextJudgedByLength) {
-    // a text starting with NUL is longer than nothing, although strcmp would call it ""
-    char const* const null = nullptr;
-    for (std::string const& text : {std::string(), std::string("a"), std::string("\0a", 2)}) {
-        String s = bytesOf(text);
-        bool const empty = text.empty();
-        bool const trueWhenEmpty[] = {s.equals(null), s.equalsIgnoreCase(null),
-                                      s == null,      null == s,
-                                      s <= null,      null >= s,
-                                      !(s != null),   !(null != s),
-                                      !(null < s),    !(s > null)};
-        for (std::size_t i = 0; i < std::size(trueWhenEmpty); ++i) {
-            EXPECT_EQ(trueWhenEmpty[i], empty) << "length " << text.size() << ", check " << i;
-        }
-        EXPECT_FALSE(s < null || null > s);
-        EXPECT_TRUE(null <= s && s >= null);
-    }
-}
-
-TEST(StringCompareTest, EachEqualityUsesItsOwnRuleForEmbeddedNul) {
-    // equals compares every byte; ==, the char const* forms and equalsIgnoreCase stop at NUL
-    String a = bytesOf(std::string("ab\0x", 4));
-    String b = bytesOf(std::string("AB\0y", 4));
-    String c = bytesOf(std::string("ab\0y", 4));
-    EXPECT_FALSE(a.equals(c));
-    EXPECT_TRUE(a == c && !(a != c) && a.equals("ab") && a == "ab");
-    EXPECT_TRUE(a.equalsIgnoreCase(b) && a.equalsIgnoreCase("AB"));
-    EXPECT_FALSE(a == String("ab") || a.equalsIgnoreCase(String("AB"))); // lengths differ
-}
-
-TEST(StringCompareTest, CharOperatorsMatchExactlyOneCharacter) {
-    // NUL equals only the empty text; any other character a text of length 1
-    struct Row {
-        char const* text;
-        char c;
-        bool equal;
-    } const rows[] = {
-        {"a", 'a', true}, {"ab", 'a', false}, {"", '\0', true},       {"a", '\0', false},
-        {"", 'a', false}, {"b", 'a', false},  {"\xff", '\xff', true},
-    };
-    for (Row const& row : rows) {
-        String s(row.text);
-        bool const results[] = {s == row.c, row.c == s, !(s != row.c), !(row.c != s)};
-        for (bool result : results) {
-            EXPECT_EQ(result, row.equal) << '"' << row.text << "\" vs " << int(row.c);
-        }
-    }
-}
-
-TEST(StringCompareTest, PrefixSuffixAndRegionTestsRefuseRangesOutsideTheText) {
-    String abc("abc"), c("c"), none, xbc("XBC");
-    // prefixes and suffixes: the empty one always fits, offsets must leave room
-    EXPECT_TRUE(abc.startsWith(none) && abc.endsWith(none) && none.startsWith(none));
-    EXPECT_TRUE(abc.startsWith(String("ab")) && !abc.startsWith(String("abcd")));
-    EXPECT_TRUE(abc.endsWith(String("bc")) && !abc.endsWith(String("xabc")));
-    EXPECT_FALSE(abc.endsWith(String("ab")));
-    struct Offset {
-        long offset;
-        String const* prefix;
-        bool expected;
-    } const offsets[] = {
-        {2, &c, true},     {3, &c, false},           {-1, &c, false},          {3, &none, true},
-        {4, &none, false}, {LONG_MAX, &none, false}, {LONG_MIN, &none, false},
-    };
-    for (Offset const& row : offsets) {
-        EXPECT_EQ(abc.startsWith(*row.prefix, row.offset), row.expected) << row.offset;
-    }
-    // regions: both ranges wholly inside their texts, sums must not wrap on the device
-    struct Region {
-        bool ignoreCase;
-        long offset, otherOffset, count;
-        bool expected;
-    } const regions[] = {
-        {true, 1, 1, 2, true},         {false, 1, 1, 2, false},       {false, 1, 1, 0, true},
-        {false, 3, 3, 0, true},        {false, 4, 0, 0, false},       {false, -1, 0, 0, false},
-        {false, 0, -1, 0, false},      {false, 0, 0, -1, false},      {true, 2, 2, 2, false},
-        {true, 1, 1, LONG_MAX, false}, {true, LONG_MAX, 1, 1, false}, {true, 1, LONG_MIN, 1, false},
-    };
-    for (Region const& row : regions) {
-        SCOPED_TRACE(testing::Message()
-                     << row.offset << " " << row.otherOffset << " " << row.count);
-        EXPECT_EQ(abc.regionMatches(row.ignoreCase, row.offset, xbc, row.otherOffset, row.count),
-                  row.expected);
-        if (!row.ignoreCase) {
-            EXPECT_EQ(abc.regionMatches(row.offset, xbc, row.otherOffset, row.count), row.expected);
-        }
-    }
-}
-
-TEST(StringCompareTest, GetCharsClampsTheRangeAndWritesNoTerminator) {
-    String abc("abc");
-    struct Row {
-        long begin, end;
-        char const* copied;
-    } const rows[] = {
-        {-5, 2, "ab"}, {2, 1, ""}, {1, 100, "bc"}, {LONG_MIN, LONG_MAX, "abc"}, {5, 9, ""},
-    };
-    for (Row const& row : rows) {
-        char out[] = "#####"; // the marks after the copied characters must survive
-        EXPECT_EQ(abc.getChars(row.begin, row.end, out),
-                  static_cast<long>(std::strlen(row.copied)));
-        EXPECT_EQ(std::string(out), (row.copied + std::string("#####")).substr(0, 5))
-            << row.begin << ".." << row.end;
-    }
-    EXPECT_EQ(abc.getChars(0, 3, nullptr), 0);
-}
-
-TEST(StringCompareTest, CharSearchesClampTheirStart) {
-    // forwards: NUL, and a start at or past the end, find nothing; backwards: the start is cut
-    // to the last character, a negative one finds nothing, and NUL is a byte like any other
-    String abcabc("abcabc");
-    struct Row {
-        char c;
-        long from, first, last;
-    } const rows[] = {
-        {'a', 0, 0, 0},    {'a', -3, 0, -1},    {'a', 2, 3, 0},         {'a', 3, 3, 3},
-        {'b', 6, -1, 4},   {'a', 100, -1, 3},   {'a', LONG_MAX, -1, 3}, {'a', LONG_MIN, 0, -1},
-        {'\0', 0, -1, -1}, {'\0', 100, -1, -1},
-    };
-    for (Row const& row : rows) {
-        EXPECT_EQ(abcabc.indexOf(row.c, row.from), row.first) << row.c << " from " << row.from;
-        EXPECT_EQ(abcabc.lastIndexOf(row.c, row.from), row.last) << row.c << " from " << row.from;
-    }
-    EXPECT_EQ(abcabc.indexOf('c'), 2);
-    EXPECT_EQ(abcabc.indexOf('\0'), -1);
-    EXPECT_EQ(abcabc.lastIndexOf('a'), 3);
-    EXPECT_EQ(String().lastIndexOf('\0'), -1);
-    EXPECT_EQ(String("a\xff").indexOf('\xff'), 1);
-    EXPECT_EQ(String("\xff\x7f").lastIndexOf('\xff'), 0);
-    // forwards, strchr stops at an embedded NUL; backwards, NUL is found like any byte
-    String withNul = bytesOf(std::string("ab\0ab", 5));
-    EXPECT_EQ(withNul.indexOf('b', 2), -1);
-    EXPECT_EQ(withNul.indexOf('b', 3), 4);
-    EXPECT_EQ(withNul.lastIndexOf('\0'), 2);
-}
 
 // The substring searches exactly as a step-by-step reading of their rules gives them:
 // strstr and strnicmp tried position by position.
@@ -250,34 +63,107 @@ struct Reference {
     }
 };
 
-TEST(StringCompareTest, FastSearchesAgreeWithTheStepByStepRules) {
-    // short texts over a few bytes, NUL and 0xff among them, so that hits, NULs on either
-    // side and near misses are all common
-    char const alphabet[] = {'a', 'b', 'A', '\0', '\xff'};
+// [at, at + count) lies inside a text of the given length; checked without sums that wrap.
+bool inside(long at, long count, long length) {
+    return count >= 0 && at >= 0 && at <= length - count;
+}
+
+// Results of ==, !=, <, >, <= and >= for a strcmp order.
+std::vector<bool> relations(int order, bool equal) {
+    return {equal, !equal, (order < 0), (order > 0), (order <= 0), (order >= 0)};
+}
+
+TEST(StringCompareTest, EverythingAgreesWithTheStepByStepRules) {
+    // short texts over a few bytes, so that hits, NULs on either side, near misses, both
+    // orders of high and low bytes and the neighbours of 'Z' and 'z' are all common
+    char const alphabet[] = {'a', 'b', 'A', '\0', '\xff', '[', '{'};
     std::mt19937 random(20240611u);
+    auto position = [&](std::size_t length) {
+        auto const r = random() % (length + 60);
+        return r == 0 ? LONG_MAX : r == 1 ? LONG_MIN : static_cast<long>(r % (length + 5)) - 2;
+    };
     for (int round = 0; round < 20000; ++round) {
         Reference ref{randomText(random, alphabet, 14)};
-        std::string needle = randomText(random, alphabet, 4);
-        String text = bytesOf(ref.t), arg = bytesOf(needle);
-        long from = static_cast<long>(random() % (ref.t.size() + 5)) - 2;
-        if (round % 50 == 0)
-            from = round % 100 == 0 ? LONG_MAX : LONG_MIN; // must not wrap into range
+        bool const oneBuffer = round % 11 == 0; // both sides hold one buffer
+        std::string const needle = oneBuffer ? ref.t : randomText(random, alphabet, 4);
+        String const text = bytesOf(ref.t), arg = oneBuffer ? text : bytesOf(needle);
+        char const *const t = ref.s(), *const n = needle.c_str();
+        long const from = position(ref.t.size()), at = position(needle.size());
+        long const count = position(needle.size()), size = Reference::size(needle);
+        char const c = needle.empty() ? static_cast<char>(random()) : needle[0];
         SCOPED_TRACE(testing::Message() << "round " << round << " from " << from);
-        ASSERT_EQ(text.indexOf(arg), ref.at(std::strstr(ref.s(), needle.c_str())));
+        // searches: strchr stops at a NUL, while backwards NUL is a byte like any other
+        long const last =
+            from < 0 ? -1 : static_cast<long>(ref.t.rfind(c, static_cast<std::size_t>(from)));
+        ASSERT_EQ(text.indexOf(c), c == '\0' ? -1 : ref.at(std::strchr(t, c)));
+        ASSERT_EQ(text.indexOf(c, from), c == '\0' || from >= ref.L()
+                                             ? -1
+                                             : ref.at(std::strchr(t + std::max(from, 0L), c)));
+        ASSERT_EQ(text.lastIndexOf(c), static_cast<long>(ref.t.rfind(c)));
+        ASSERT_EQ(text.lastIndexOf(c, from), last);
+        ASSERT_EQ(text.indexOf(arg), ref.at(std::strstr(t, n)));
         ASSERT_EQ(text.indexOf(arg, from), ref.indexOf(needle, from));
         ASSERT_EQ(text.lastIndexOf(arg), ref.lastIndexOf(needle));
         ASSERT_EQ(text.lastIndexOf(arg, from), ref.lastIndexOf(needle, from));
         ASSERT_EQ(text.indexOfIgnoreCase(arg, from), ref.indexOfIgnoreCase(needle, from));
         ASSERT_EQ(text.lastIndexOfIgnoreCase(arg), ref.lastIndexOfIgnoreCase(needle, LONG_MAX));
         ASSERT_EQ(text.lastIndexOfIgnoreCase(arg, from), ref.lastIndexOfIgnoreCase(needle, from));
+        // prefixes, suffixes, regions and copies: ranges wholly inside their texts
+        auto holds = [&](long p) {
+            return ref.t.compare(static_cast<std::size_t>(p), needle.size(), needle) == 0;
+        };
+        ASSERT_EQ(text.startsWith(arg, from), inside(from, size, ref.L()) && holds(from));
+        ASSERT_EQ(text.startsWith(arg), inside(0, size, ref.L()) && holds(0));
+        ASSERT_EQ(text.endsWith(arg),
+                  inside(ref.L() - size, size, ref.L()) && holds(ref.L() - size));
+        bool const regions = inside(from, count, ref.L()) && inside(at, count, size);
+        ASSERT_EQ(text.regionMatches(from, arg, at, count),
+                  regions && std::strncmp(t + from, n + at, static_cast<std::size_t>(count)) == 0);
+        ASSERT_EQ(text.regionMatches(true, from, arg, at, count),
+                  regions && strncasecmp(t + from, n + at, static_cast<std::size_t>(count)) == 0);
+        std::string copied(24, '#');
+        long const begin = std::clamp(from, 0L, ref.L()), end = std::clamp(count, begin, ref.L());
+        std::string expected =
+            ref.t.substr(static_cast<std::size_t>(begin), static_cast<std::size_t>(end - begin));
+        expected.resize(copied.size(), '#'); // and no terminator
+        ASSERT_EQ(text.getChars(from, count, copied.data()), end - begin);
+        ASSERT_EQ(copied, expected);
+        ASSERT_EQ(text.getChars(from, count, nullptr), 0);
+        // case folding: in the C locale glibc folds only 'A'-'Z' and compares bytes unsigned,
+        // as the device does; exactly -1, 0 and 1 are demanded
+        auto const limit = static_cast<uint32_t>(count);
+        ASSERT_EQ(stricmp(t, n), signOf(strcasecmp(t, n)));
+        ASSERT_EQ(strnicmp(t, n, limit), signOf(strncasecmp(t, n, limit)));
+        // comparisons: compareTo has the reversed sense, the operators compare left to right;
+        // equals takes every byte, the others stop at a NUL; a null text is the empty text
+        // judged by length, so a text starting with NUL is still greater
+        int const order = signOf(std::strcmp(t, n));
+        ASSERT_EQ(text.compareTo(arg), -order);
+        ASSERT_EQ(text.compareToIgnoreCase(arg), signOf(strcasecmp(n, t)));
+        ASSERT_EQ(text.equals(arg), ref.t == needle);
         ASSERT_EQ(text.equalsIgnoreCase(arg),
-                  needle.size() == ref.t.size() &&
-                      strnicmp(ref.s(), needle.c_str(), static_cast<uint32_t>(needle.size())) == 0);
-        ASSERT_EQ(text.compareTo(arg), -signOf(std::strcmp(ref.s(), needle.c_str())));
+                  needle.size() == ref.t.size() && strncasecmp(t, n, needle.size()) == 0);
+        ASSERT_EQ((std::vector<bool>{text == arg, text != arg, (text < arg), (text > arg),
+                                     text <= arg, text >= arg}),
+                  relations(order, order == 0 && ref.t.size() == needle.size()));
+        char const* const other = round % 9 == 0 ? nullptr : n;
+        int const otherOrder = other == nullptr ? ref.L() > 0 : order;
+        ASSERT_EQ(text.equals(other), otherOrder == 0);
+        ASSERT_EQ(text.equalsIgnoreCase(other),
+                  other == nullptr ? ref.t.empty() : strcasecmp(t, other) == 0);
+        ASSERT_EQ((std::vector<bool>{text == other, text != other, (text < other), (text > other),
+                                     text <= other, text >= other}),
+                  relations(otherOrder, otherOrder == 0));
+        ASSERT_EQ((std::vector<bool>{other == text, other != text, (other < text), (other > text),
+                                     other <= text, other >= text}),
+                  relations(-otherOrder, otherOrder == 0));
+        bool const oneChar = c == '\0' ? ref.t.empty() : ref.t.size() == 1 && ref.t[0] == c;
+        ASSERT_EQ((std::vector<bool>{text == c, c == text, !(text != c), !(c != text)}),
+                  std::vector<bool>(4, oneChar));
     }
 }
 
-TEST(StringCompareTest, EqualsIgnoringCaseOfLongTextsAgreesWithStrnicmp) {
+TEST(StringCompareTest, EqualsIgnoringCaseOfLongTextsAgreesWithStrncasecmp) {
     // long texts differing in case everywhere, with an occasional non-letter pair one case
     // bit apart, a foreign byte, or a NUL in one or both texts
     char const alphabet[] = {'a', 'Z', 'q', '[', '{', '@', '`', '\xc4', '\xe4', '\xff', '7'};
@@ -292,13 +178,12 @@ TEST(StringCompareTest, EqualsIgnoringCaseOfLongTextsAgreesWithStrnicmp) {
         }
         for (auto changes = random() % 3; changes > 0 && !a.empty(); --changes) {
             std::size_t at = random() % a.size();
-            if (random() % 3 == 0) {
-                a[at] = b[at] = '\0'; // strnicmp stops here, equal so far
-            } else {
-                (random() % 2 ? a : b)[at] = swaps[random() % sizeof swaps];
-            }
+            // a NUL in both stops the comparison, equal so far
+            (random() % 2 ? a : b)[at] = swaps[random() % sizeof swaps];
+            if (random() % 3 == 0)
+                a[at] = b[at] = '\0';
         }
-        bool expected = strnicmp(a.c_str(), b.c_str(), static_cast<uint32_t>(a.size())) == 0;
+        bool expected = strncasecmp(a.c_str(), b.c_str(), a.size()) == 0;
         equal += expected;
         ASSERT_EQ(bytesOf(a).equalsIgnoreCase(bytesOf(b)), expected) << "round " << round;
     }
