@@ -6,4 +6,9 @@
 #include <orvik_utilities/text/Format.h>
 #include <orvik_utilities/text/String.h>
 
+#include <orvik_utilities/system/KelvoInformation.h>
+#include <orvik_utilities/system/LedControl.h>
+#include <orvik_utilities/system/LogInit.h>
+#include <orvik_utilities/system/Watchdog.h>
+
 #endif
