@@ -1,5 +1,5 @@
-// LED event lines and signal bars, checked through an overriding setLed and through the
-// event file (a FIFO read by the test) in a private mount namespace. The last readings are
+// LED event lines and signal bars, seen through an overriding setLed and through the event
+// file (a FIFO read by the test) in a private mount namespace. The last readings are
 // process-wide, so display calls run in fresh children.
 #include <orvik_utilities/system/LedControl.h>
 
@@ -16,7 +16,6 @@
 
 #include <climits>
 #include <cstring>
-#include <string>
 
 namespace {
 
@@ -34,42 +33,28 @@ TEST(LedControlTest, EventLinesNameEveryLedAndStateAndRefuseOthers) {
             EXPECT_EQ(line, kLeds[led] + " " + kStates[state]);
         }
     std::strcpy(line, "untouched");
-    EXPECT_EQ(orvik::detail::formatLedEvent(line, 11, 0), -1);
-    EXPECT_EQ(orvik::detail::formatLedEvent(line, -1, 3), -1);
-    EXPECT_EQ(orvik::detail::formatLedEvent(line, 0, 4), -2);
-    EXPECT_EQ(orvik::detail::formatLedEvent(line, 5, -1), -2);
-    EXPECT_EQ(orvik::detail::formatLedEvent(line, 11, 4), -2); // the state's code wins
+    int const refused[][3] = {{11, 0, -1}, {-1, 3, -1}, {0, 4, -2}, {5, -1, -2}, {11, 4, -2}};
+    for (auto const& row : refused)
+        EXPECT_EQ(orvik::detail::formatLedEvent(line, row[0], row[1]), row[2]) << row[0];
     EXPECT_STREQ(line, "untouched");
-    LedControl leds;
-    EXPECT_EQ(leds.setLed(LedName(11), LED_ON), -1);
-    EXPECT_EQ(leds.setLed(LED_PWR, LedState(-1)), -2);
-}
-
-TEST(LedControlTest, ThresholdsSplitTheReadingsIntoFourSegments) {
-    struct Row {
-        int32_t rssi;
-        int wwan;
-        int wlan;
-    } const rows[] = {
-        {INT32_MIN, 0, 0}, {-111, 0, 0}, {-110, 1, 0}, {-98, 1, 0}, {-97, 2, 0},
-        {-91, 2, 0},       {-90, 2, 1},  {-82, 2, 1},  {-81, 3, 1}, {-80, 3, 2},
-        {-71, 3, 2},       {-70, 3, 3},  {-64, 3, 3},  {-63, 4, 3}, {-61, 4, 3},
-        {-60, 4, 4},       {0, 4, 4},    {INT32_MAX, 4, 4},
-    };
-    for (Row const& row : rows) {
-        EXPECT_EQ(orvik::detail::wwanSegments(row.rssi), row.wwan) << row.rssi;
-        EXPECT_EQ(orvik::detail::wlanSegments(row.rssi), row.wlan) << row.rssi;
-    }
-}
-
-TEST(LedControlTest, LayoutAndVirtualSlotsMatchTheDevice) {
     EXPECT_EQ(sizeof(LedControl), sizeof(void*));
     EXPECT_EQ(virtualSlot(&LedControl::setLed), 2);
     EXPECT_EQ(virtualSlot(&LedControl::displayWwanRssi), 3);
     EXPECT_EQ(virtualSlot(&LedControl::displayWlanRssi), 4);
 }
 
-// What a bar of lit segments writes: LED_SIG0..LED_SIG3, each on or off.
+TEST(LedControlTest, ThresholdsSplitTheReadingsIntoFourSegments) {
+    int32_t const rows[][3] = {{INT32_MIN, 0, 0}, {-111, 0, 0}, {-110, 1, 0}, {-98, 1, 0},
+                               {-97, 2, 0},       {-91, 2, 0},  {-90, 2, 1},  {-82, 2, 1},
+                               {-81, 3, 1},       {-80, 3, 2},  {-71, 3, 2},  {-70, 3, 3},
+                               {-64, 3, 3},       {-63, 4, 3},  {-61, 4, 3},  {-60, 4, 4}};
+    for (auto const& row : rows) {
+        EXPECT_EQ(orvik::detail::wwanSegments(row[0]), row[1]) << row[0];
+        EXPECT_EQ(orvik::detail::wlanSegments(row[0]), row[2]) << row[0];
+    }
+}
+
+// The lines a bar of lit segments writes: LED_SIG0..LED_SIG3, each on or off.
 std::string bar(int lit) {
     std::string lines;
     for (int i = 0; i < 4; ++i)
@@ -77,7 +62,6 @@ std::string bar(int lit) {
     return lines;
 }
 
-// Sees the bar through the virtual setLed, without any file.
 class RecordingLeds : public LedControl {
 public:
     int setLed(LedName led, LedState state) override {
@@ -89,12 +73,12 @@ public:
 
 TEST(LedControlTest, BarsChangeOnlyWithTheReadingAndGoThroughSetLed) {
     ChildRun const run = runInChild([] {
-        RecordingLeds leds;
-        RecordingLeds other; // the last readings are shared by every object
+        RecordingLeds leds, other; // the last readings are shared by every object
         for (long rssi : {0L, -98L, -98L, -97L, -63L, -111L})
             leds.displayWwanRssi(rssi);
         other.displayWwanRssi(-111);
-        // Within 2 of the last WLAN reading nothing changes, starting from 0.
+        // Readings within 2 of the last WLAN one (0 at first) change nothing; the
+        // difference is exact, also between the extremes.
         for (long rssi : {2L, -2L, -75L, -73L, -72L, -61L, LONG_MIN, LONG_MAX, LONG_MAX - 1})
             leds.displayWlanRssi(rssi);
         return leds.seen + "|" + other.seen;
@@ -113,51 +97,33 @@ protected:
             return;
         ASSERT_TRUE(ns->privateDir("/sys/devices/system/leds/leds0"));
     }
-    // The event file as a FIFO, held open for reading so that writers never wait.
-    void makeFifo() {
-        ASSERT_EQ(mkfifo(kEventFile, 0644), 0);
-        fifo = open(kEventFile, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-        ASSERT_GE(fifo, 0);
-    }
-    std::string events() {
-        std::string seen;
-        char chunk[256];
-        for (ssize_t n; (n = read(fifo, chunk, sizeof chunk)) > 0;)
-            seen.append(chunk, std::size_t(n));
-        return seen;
-    }
-    void TearDown() override {
-        if (fifo >= 0)
-            close(fifo);
-    }
-    int fifo = -1;
 };
 
-TEST_F(LedControlEnvTest, EveryLineReachesTheEventFileAsOneWrite) {
-    makeFifo();
+TEST_F(LedControlEnvTest, EveryLineReachesTheEventFileAsOneWriteWithoutNewline) {
+    ASSERT_EQ(mkfifo(kEventFile, 0644), 0);
+    int const fifo = open(kEventFile, O_RDONLY | O_NONBLOCK | O_CLOEXEC); // writers never wait
+    ASSERT_GE(fifo, 0);
     LedControl leds;
     EXPECT_EQ(leds.setLed(LED_SIG0, LED_ON), 0);
     EXPECT_EQ(leds.setLed(LED_ONBRD, LED_FAST), 0);
-    EXPECT_EQ(leds.setLed(LedName(-1), LED_ON), -1);
-    EXPECT_EQ(events(), "sig0 ononbrd fast");
-    ChildRun const run = runInChild([] {
-        LedControl child;
-        child.displayWwanRssi(-82);
-        child.displayWlanRssi(-82);
-        return std::string();
-    });
-    EXPECT_EQ(run.output, "");
-    EXPECT_EQ(events(), bar(2) + bar(1));
+    EXPECT_EQ(leds.setLed(LED_PWR, LedState(4)), -2);
+    EXPECT_EQ(runInChild([] {
+                  LedControl().displayWwanRssi(-82);
+                  LedControl().displayWlanRssi(-82);
+                  return std::string();
+              }).output,
+              "");
+    char seen[256] = {};
+    EXPECT_GT(read(fifo, seen, sizeof seen - 1), 0);
+    EXPECT_EQ(seen, "sig0 ononbrd fast" + bar(2) + bar(1));
+    close(fifo);
 }
 
-TEST_F(LedControlEnvTest, FileOpenedAnewAndTruncatedForEveryLine) {
+TEST_F(LedControlEnvTest, FailuresAreReportedAndTheReadingIsStillKept) {
     ASSERT_TRUE(writeFile(kEventFile, "a much longer earlier line"));
-    LedControl leds;
-    EXPECT_EQ(leds.setLed(LED_PWR, LED_SLOW), 0);
-    EXPECT_EQ(readFile(kEventFile), "pwr slow");
-}
-
-TEST_F(LedControlEnvTest, UnopenableOrFullFileIsReportedAndTheReadingStillKept) {
+    EXPECT_EQ(LedControl().setLed(LED_PWR, LED_SLOW), 0);
+    EXPECT_EQ(readFile(kEventFile), "pwr slow"); // opened anew and truncated for every line
+    ASSERT_EQ(unlink(kEventFile), 0);
     ASSERT_EQ(rmdir("/sys/devices/system/leds/leds0"), 0);
     ChildRun const run = runInChild([] {
         LedControl leds;
@@ -169,7 +135,7 @@ TEST_F(LedControlEnvTest, UnopenableOrFullFileIsReportedAndTheReadingStillKept) 
         return answers + readFile(kEventFile);
     });
     EXPECT_EQ(run.output, "-3 ");
-    // The kernel refusing the line shows at the flush: /dev/full refuses every write.
+    // A refused write shows at the flush: /dev/full refuses every one.
     ASSERT_TRUE(ns->bind("/dev/full", kEventFile));
     EXPECT_EQ(LedControl().setLed(LED_VPN, LED_OFF), -4);
 }

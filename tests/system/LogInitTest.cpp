@@ -1,6 +1,5 @@
 // Log-level lines, and sorrelLogInit against a level file and a syslog receiver in a private
-// mount namespace. Each start runs in a child, which keeps syslog and SIGUSR1 of the test
-// program untouched.
+// mount namespace; each start runs in a child, so the test program's syslog stays untouched.
 #include <orvik_utilities/system/LogInit.h>
 
 #include "support/ChildProcess.h"
@@ -14,36 +13,26 @@
 #include <syslog.h>
 
 #include <csignal>
-#include <string>
 
 namespace {
 
 using namespace orvik_test;
 
-TEST(LogLevelLineTest, TakesSecondTokenFromWhereTheNameBegins) {
-    struct Row {
+TEST(LogLevelLineTest, SecondTokenFromTheNameOnClampedToTheMask) {
+    struct {
         char const* line;
         char const* name;
-        bool found;
-        int32_t level;
+        int32_t level; // -9: no match, level untouched
     } const rows[] = {
-        {"daemond 6\n", "daemond", true, 6},
-        {"daemond 3\n", "mon", true, 3}, // substring: the tokens are "mond" and "3"
-        {"xdaemond   4 extra\n", "daemond", true, 4},
-        {"daemond 5x\n", "daemond", true, 5},
-        {"other 5\n", "daemond", false, -9},
-        // No second token (a tab separates nothing) or no digits: the quietest level.
-        {"daemond\n", "daemond", true, 0},
-        {"daemond\t3\n", "daemond", true, 0},
-        {"daemond x5\n", "daemond", true, 0},
-        // Out of range: clamped to what the mask can express.
-        {"daemond 8\n", "daemond", true, 7},
-        {"daemond 99999999999999999999\n", "daemond", true, 7},
-        {"daemond -1\n", "daemond", true, 0},
+        {"daemond 6\n", "daemond", 6},    {"daemond 3\n", "mon", 3}, // tokens "mond", "3"
+        {"xdaemond   4 x\n", "daemond", 4}, {"other 5\n", "daemond", -9},
+        {"daemond\t3\n", "daemond", 0},   {"daemond x5\n", "daemond", 0},
+        {"daemond 8\n", "daemond", 7},    {"daemond 99999999999999999999", "daemond", 7},
+        {"daemond -1\n", "daemond", 0},
     };
-    for (Row const& row : rows) {
+    for (auto const& row : rows) {
         int32_t level = -9;
-        EXPECT_EQ(orvik::detail::levelFromLine(row.line, row.name, &level), row.found) << row.line;
+        EXPECT_EQ(orvik::detail::levelFromLine(row.line, row.name, &level), row.level != -9);
         EXPECT_EQ(level, row.level) << row.line;
     }
 }
@@ -61,95 +50,63 @@ protected:
         ASSERT_TRUE(syslogd->ready());
     }
 
-    // Starts a child as name, which then logs "probe <p>" at every priority p.
-    pid_t startAndProbe(char const* name) {
-        ChildRun const run = runInChild([name] {
+    // A child starts as name; given rewrite, it puts that in the file (unless "") and raises
+    // SIGUSR1. Then it logs
+    // "probe <p>" at every priority p. Returns what arrived, "<priority> text" a line.
+    std::string startAndProbe(char const* name, char const* rewrite = nullptr) {
+        ChildRun const run = runInChild([=] {
             sorrelLogInit(name);
+            if (rewrite != nullptr && (*rewrite == '\0' || writeFile(kLevelFile, rewrite)))
+                std::raise(SIGUSR1);
             for (int priority = LOG_EMERG; priority <= LOG_DEBUG; ++priority)
                 syslog(priority, "probe %d", priority);
             return std::string();
         });
         EXPECT_EQ(run.output, "");
-        return run.pid;
-    }
-
-    // What arrived, one "<priority> text" line each; every message checked for ident and pid.
-    std::string received(char const* ident, pid_t pid) {
         std::string lines;
         for (SyslogMessage const& message : syslogd->drain()) {
             EXPECT_EQ(message.facility, LOG_USER) << message.raw;
-            EXPECT_EQ(message.ident, ident) << message.raw;
-            EXPECT_EQ(message.pid, pid) << message.raw;
+            EXPECT_EQ(message.pid, run.pid) << message.raw;
+            EXPECT_EQ(message.ident, name != nullptr ? name : message.ident) << message.raw;
             lines += std::to_string(message.priority) + " " + message.text + "\n";
         }
         return lines;
     }
-
     std::unique_ptr<SyslogReceiver> syslogd;
 };
 
-TEST_F(LogInitEnvTest, FirstStartAddsLevelZeroAndLogsOnlyEmergencies) {
-    pid_t const pid = startAndProbe("daemond");
-    EXPECT_EQ(received("daemond", pid), "0 probe 0\n");
+TEST_F(LogInitEnvTest, FirstStartAddsLevelZeroAndConfiguredLevelsAreAnnounced) {
+    EXPECT_EQ(startAndProbe("daemond"), "0 probe 0\n");
     EXPECT_EQ(readFile(kLevelFile), "daemond 0\n");
+    ASSERT_TRUE(writeFile(kLevelFile, "other 6\ndaemond 2\n"));
+    EXPECT_EQ(startAndProbe("daemond"),
+              "2 [Log level for daemond set to 2]\n0 probe 0\n1 probe 1\n2 probe 2\n");
+    EXPECT_EQ(readFile(kLevelFile), "other 6\ndaemond 2\n");
 }
 
-TEST_F(LogInitEnvTest, ConfiguredLevelSetsMaskAndIsAnnouncedAtItsPriority) {
-    std::string const file = "other 6\ndaemond 3\n";
-    ASSERT_TRUE(writeFile(kLevelFile, file));
-    pid_t const pid = startAndProbe("daemond");
-    EXPECT_EQ(received("daemond", pid), "3 [Log level for daemond set to 3]\n"
-                                        "0 probe 0\n1 probe 1\n2 probe 2\n3 probe 3\n");
-    EXPECT_EQ(readFile(kLevelFile), file);
-}
-
-TEST_F(LogInitEnvTest, NameMatchesInsideALongerNameAndAcrossNoLineBreak) {
-    // "mon" is found in "daemond" first; a name cut by the 79-character read is not found.
+TEST_F(LogInitEnvTest, NamesMatchInsideLongerNamesButNotAcrossTheReadLimit) {
     std::string const file = "daemond 1\nmon 6\n" + std::string(77, 'x') + "cutd 5\n";
     ASSERT_TRUE(writeFile(kLevelFile, file));
-    pid_t pid = startAndProbe("mon");
-    EXPECT_EQ(received("mon", pid), "1 [Log level for mon set to 1]\n0 probe 0\n1 probe 1\n");
-    pid = startAndProbe("cutd");
-    EXPECT_EQ(received("cutd", pid), "0 probe 0\n");
+    EXPECT_EQ(startAndProbe("mon"), "1 [Log level for mon set to 1]\n0 probe 0\n1 probe 1\n");
+    EXPECT_EQ(startAndProbe("cutd"), "0 probe 0\n");
     EXPECT_EQ(readFile(kLevelFile), file + "cutd 0\n");
 }
 
-TEST_F(LogInitEnvTest, Sigusr1AppliesTheChangedLevelAndKeepsItWhenTheLineGoes) {
-    ASSERT_TRUE(writeFile(kLevelFile, "daemond 2\n"));
-    ChildRun const run = runInChild([] {
-        sorrelLogInit("daemond");
-        std::string problems;
-        for (char const* content : {"daemond 5\n", "other 1\n"}) {
-            if (!writeFile(kLevelFile, content))
-                problems += "cannot rewrite the level file; ";
-            std::raise(SIGUSR1);
-            syslog(LOG_NOTICE, "probe 5");
-            syslog(LOG_INFO, "probe 6");
-        }
-        return problems;
-    });
-    EXPECT_EQ(run.output, "");
-    EXPECT_EQ(received("daemond", run.pid), "2 [Log level for daemond set to 2]\n"
-                                            "5 [Log level for daemond set to 5]\n"
-                                            "5 probe 5\n5 probe 5\n");
-    EXPECT_EQ(readFile(kLevelFile), "other 1\n");
+TEST_F(LogInitEnvTest, Sigusr1AppliesAChangedLevelAndKeepsItWhenTheLineGoes) {
+    ASSERT_TRUE(writeFile(kLevelFile, "daemond 0\n"));
+    EXPECT_EQ(startAndProbe("daemond", "daemond 1\n"),
+              "1 [Log level for daemond set to 1]\n0 probe 0\n1 probe 1\n");
+    ASSERT_TRUE(writeFile(kLevelFile, "daemond 1\n"));
+    EXPECT_EQ(startAndProbe("daemond", "other 0\n"),
+              "1 [Log level for daemond set to 1]\n0 probe 0\n1 probe 1\n");
+    EXPECT_EQ(readFile(kLevelFile), "other 0\n");
 }
 
 TEST_F(LogInitEnvTest, UnopenableFileOrNoNameLeavesEveryPriorityOn) {
     ASSERT_EQ(mkdir(kLevelFile, 0755), 0); // fopen of a directory fails
-    pid_t pid = startAndProbe("daemond");
-    EXPECT_EQ(received("daemond", pid).size(), std::string("0 probe 0\n").size() * 8);
+    EXPECT_EQ(startAndProbe("daemond", "").size(), std::string("0 probe 0\n").size() * 8);
     ASSERT_EQ(rmdir(kLevelFile), 0);
-    ChildRun const run = runInChild([] {
-        sorrelLogInit(nullptr);
-        std::raise(SIGUSR1);
-        syslog(LOG_DEBUG, "probe 7");
-        return std::string();
-    });
-    EXPECT_EQ(run.output, "");
-    std::vector<SyslogMessage> const messages = syslogd->drain();
-    ASSERT_EQ(messages.size(), 1u);
-    EXPECT_EQ(messages[0].text, "probe 7");
+    EXPECT_EQ(startAndProbe(nullptr, "").size(), std::string("0 probe 0\n").size() * 8);
     EXPECT_EQ(readFile(kLevelFile), "<unreadable>");
 }
 
