@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr std::size_t kLineLimit = 79;    // what one fgets of the level file gives
+constexpr std::size_t kLineLimit = 79;     // what one fgets of the level file gives
 constexpr std::size_t kSummaryLimit = 999; // what setup reads of the summary
 
 } // namespace

@@ -7,8 +7,8 @@ namespace detail {
 
 namespace {
 
-constexpr char const* kLedTexts[] = {"pwr",  "ready", "sig0", "sig1", "sig2", "sig3",
-                                     "gsm",  "wlan",  "vpn",  "gps",  "onbrd"};
+constexpr char const* kLedTexts[] = {"pwr", "ready", "sig0", "sig1", "sig2", "sig3",
+                                     "gsm", "wlan",  "vpn",  "gps",  "onbrd"};
 constexpr char const* kStateTexts[] = {"off", "on", "slow", "fast"};
 constexpr int kLedCount = sizeof kLedTexts / sizeof kLedTexts[0];
 constexpr int kStateCount = sizeof kStateTexts / sizeof kStateTexts[0];

@@ -1,5 +1,6 @@
 #include "system/LogLevelLine.h"
 
+#include <cctype>
 #include <cstdlib>
 #include <cstring>
 
@@ -9,12 +10,6 @@ namespace detail {
 namespace {
 constexpr long kQuietest = 0;
 constexpr long kLoudest = 7; // LOG_DEBUG: the mask is only defined for 0..7
-
-char const* skipSpaces(char const* p) {
-    while (*p == ' ')
-        ++p;
-    return p;
-}
 } // namespace
 
 bool levelFromLine(char const* line, char const* name, int32_t* level) {
@@ -22,11 +17,14 @@ bool levelFromLine(char const* line, char const* name, int32_t* level) {
     if (p == nullptr)
         return false;
     // Tokens are separated by spaces only, so the line end stays inside the last token.
-    p = skipSpaces(p);
-    while (*p != '\0' && *p != ' ')
+    p += std::strspn(p, " ");
+    p += std::strcspn(p, " ");
+    p += std::strspn(p, " ");
+    char const* const end = p + std::strcspn(p, " ");
+    // strtol skips white space itself, but must not run past the second token.
+    while (p != end && std::isspace(static_cast<unsigned char>(*p)))
         ++p;
-    p = skipSpaces(p);
-    long value = *p == '\0' ? kQuietest : std::strtol(p, nullptr, 10);
+    long value = p == end ? kQuietest : std::strtol(p, nullptr, 10);
     if (value < kQuietest)
         value = kQuietest;
     if (value > kLoudest)

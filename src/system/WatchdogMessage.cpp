@@ -14,8 +14,8 @@ constexpr std::size_t kNameSize = 64;
 static_assert(kNameOffset + kNameSize == kWatchdogMessageSize, "the service reads 76 bytes");
 } // namespace
 
-void buildWatchdogMessage(unsigned char (&message)[kWatchdogMessageSize], uint32_t cmd,
-                          int32_t pid, uint32_t value, char const* name) {
+void buildWatchdogMessage(unsigned char (&message)[kWatchdogMessageSize], uint32_t cmd, int32_t pid,
+                          uint32_t value, char const* name) {
     std::memset(message, 0, sizeof message);
     std::memcpy(message + kCmdOffset, &cmd, sizeof cmd);
     std::memcpy(message + kPidOffset, &pid, sizeof pid);

@@ -20,8 +20,8 @@ enum WatchdogCommand : uint32_t {
 
 // cmd, pid and value at offsets 0, 4, 8 in host byte order, then name cut to 63 characters
 // and zero-terminated in 64 bytes; every byte not set is zero. A null name is "".
-void buildWatchdogMessage(unsigned char (&message)[kWatchdogMessageSize], uint32_t cmd,
-                          int32_t pid, uint32_t value, char const* name);
+void buildWatchdogMessage(unsigned char (&message)[kWatchdogMessageSize], uint32_t cmd, int32_t pid,
+                          uint32_t value, char const* name);
 
 // "<service>_<name>" into path; false, path untouched, when name is null or the result
 // would not fit the socket path with its terminator.

@@ -126,8 +126,8 @@ bool MountNamespace::shadow(std::string const& dir) {
         if (entry.type == DT_LNK) {
             char link[4096];
             ssize_t const length = readlink(entry.name.c_str(), link, sizeof link - 1);
-            if (length >= 0 && symlink(std::string(link, std::size_t(length)).c_str(),
-                                       target.c_str()) != 0)
+            if (length >= 0 &&
+                symlink(std::string(link, std::size_t(length)).c_str(), target.c_str()) != 0)
                 ADD_FAILURE() << errnoText("copying the link " + target);
             continue;
         }
@@ -149,8 +149,8 @@ bool MountNamespace::privateDir(std::string const& path) {
     if (exists(path))
         return tmpfs(path);
     std::string const parent = parentOf(path);
-    bool const parentReady = privateDirs.count(parent) != 0 ||
-                             (exists(parent) ? shadow(parent) : privateDir(parent));
+    bool const parentReady =
+        privateDirs.count(parent) != 0 || (exists(parent) ? shadow(parent) : privateDir(parent));
     if (!parentReady)
         return false;
     if (mkdir(path.c_str(), 0755) != 0) {
@@ -173,6 +173,7 @@ void MountNamespaceTest::SetUp() {
     if (ns->skipWanted())
         GTEST_SKIP() << ns->whyNotEntered();
     ASSERT_TRUE(ns->entered()) << ns->whyNotEntered();
+    prepare();
 }
 
 bool writeFile(std::string const& path, std::string const& text) {

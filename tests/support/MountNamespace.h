@@ -54,11 +54,13 @@ private:
 };
 
 // Fixture base for tests that need root: SetUp enters a fresh namespace (ns), skipping the
-// test with the reason when the machine does not allow it. The namespace is left when the
-// fixture is destroyed, after the derived fixture's members.
+// test with the reason when the machine does not allow it, then calls prepare(), where a
+// derived fixture builds its paths (a fatal failure there skips the test body). The
+// namespace is left when the fixture is destroyed, after the derived fixture's members.
 class MountNamespaceTest : public ::testing::Test {
 protected:
-    void SetUp() override;
+    void SetUp() final;
+    virtual void prepare() {}
     std::unique_ptr<MountNamespace> ns;
 };
 

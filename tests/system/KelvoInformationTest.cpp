@@ -19,11 +19,11 @@ struct {
     char const* name;
     char const* fields;
 } const kModels[] = {
-    {"TQ5010", "1 2 0 0 0 0"},   {"TQ5xxx", "1 2 0 0 0 0"},   {"TQ5320", "2 3 0 0 2 0"},
-    {"TQ5321", "3 4 0 2 2 0"},   {"TQ5630", "4 5 0 0 2 2"},   {"TQ5631", "5 5 0 3 2 2"},
-    {"TQ5850", "6 5 2 0 2 2"},   {"TQ5851", "7 5 2 3 2 2"},   {"TQ5800", "8 6 2 4 2 2"},
-    {"TQ5800R", "9 6 2 4 2 2"},  {"TQ5900", "10 6 2 4 2 2"},  {"TQ5900R", "11 6 2 4 2 2"},
-    {"TQ9999", "0 0 0 0 0 0"},   {"TQ5631 TQ5320", "2 3 0 0 2 0"}, // table order decides
+    {"TQ5010", "1 2 0 0 0 0"},  {"TQ5xxx", "1 2 0 0 0 0"},        {"TQ5320", "2 3 0 0 2 0"},
+    {"TQ5321", "3 4 0 2 2 0"},  {"TQ5630", "4 5 0 0 2 2"},        {"TQ5631", "5 5 0 3 2 2"},
+    {"TQ5850", "6 5 2 0 2 2"},  {"TQ5851", "7 5 2 3 2 2"},        {"TQ5800", "8 6 2 4 2 2"},
+    {"TQ5800R", "9 6 2 4 2 2"}, {"TQ5900", "10 6 2 4 2 2"},       {"TQ5900R", "11 6 2 4 2 2"},
+    {"TQ9999", "0 0 0 0 0 0"},  {"TQ5631 TQ5320", "2 3 0 0 2 0"}, // table order decides
 };
 
 std::string fields(orvik::detail::ProductRow const& row) {
@@ -63,12 +63,7 @@ constexpr char kSummary[] = "/proc/sysinfo/summary";
 
 class KelvoInformationEnvTest : public MountNamespaceTest {
 protected:
-    void SetUp() override {
-        MountNamespaceTest::SetUp();
-        if (IsSkipped() || HasFatalFailure())
-            return;
-        ASSERT_TRUE(ns->privateDir("/proc/sysinfo"));
-    }
+    void prepare() override { ASSERT_TRUE(ns->privateDir("/proc/sysinfo")); }
 };
 
 TEST_F(KelvoInformationEnvTest, SetupFillsEveryFieldFromTheSummary) {

@@ -83,20 +83,15 @@ TEST(LedControlTest, BarsChangeOnlyWithTheReadingAndGoThroughSetLed) {
             leds.displayWlanRssi(rssi);
         return leds.seen + "|" + other.seen;
     });
-    EXPECT_EQ(run.output, bar(1) + bar(2) + bar(4) + bar(0) + bar(2) + bar(2) + bar(3) + bar(0) +
-                              bar(4) + "|");
+    EXPECT_EQ(run.output,
+              bar(1) + bar(2) + bar(4) + bar(0) + bar(2) + bar(2) + bar(3) + bar(0) + bar(4) + "|");
 }
 
 constexpr char kEventFile[] = "/sys/devices/system/leds/leds0/event";
 
 class LedControlEnvTest : public MountNamespaceTest {
 protected:
-    void SetUp() override {
-        MountNamespaceTest::SetUp();
-        if (IsSkipped() || HasFatalFailure())
-            return;
-        ASSERT_TRUE(ns->privateDir("/sys/devices/system/leds/leds0"));
-    }
+    void prepare() override { ASSERT_TRUE(ns->privateDir("/sys/devices/system/leds/leds0")); }
 };
 
 TEST_F(LedControlEnvTest, EveryLineReachesTheEventFileAsOneWriteWithoutNewline) {

@@ -24,10 +24,17 @@ TEST(LogLevelLineTest, SecondTokenFromTheNameOnClampedToTheMask) {
         char const* name;
         int32_t level; // -9: no match, level untouched
     } const rows[] = {
-        {"daemond 6\n", "daemond", 6},    {"daemond 3\n", "mon", 3}, // tokens "mond", "3"
-        {"xdaemond   4 x\n", "daemond", 4}, {"other 5\n", "daemond", -9},
-        {"daemond\t3\n", "daemond", 0},   {"daemond x5\n", "daemond", 0},
-        {"daemond 8\n", "daemond", 7},    {"daemond 99999999999999999999", "daemond", 7},
+        {"daemond 6\n", "daemond", 6},
+        {"daemond 3\n", "mon", 3}, // tokens "mond", "3"
+        {"xdaemond   4 x\n", "daemond", 4},
+        {"other 5\n", "daemond", -9},
+        {"daemond\t3\n", "daemond", 0},
+        {"daemond x5\n", "daemond", 0},
+        {"daemond \t5\n", "daemond", 5},
+        {"daemond \t 5\n", "daemond", 0}, // second token "\t"
+        {"a  b 3\n", " b", 3},
+        {"daemond 8\n", "daemond", 7},
+        {"daemond 99999999999999999999", "daemond", 7},
         {"daemond -1\n", "daemond", 0},
     };
     for (auto const& row : rows) {
@@ -41,10 +48,7 @@ constexpr char kLevelFile[] = "/etc/log/log.cfg";
 
 class LogInitEnvTest : public MountNamespaceTest {
 protected:
-    void SetUp() override {
-        MountNamespaceTest::SetUp();
-        if (IsSkipped() || HasFatalFailure())
-            return;
+    void prepare() override {
         ASSERT_TRUE(ns->privateDir("/etc/log"));
         syslogd = std::make_unique<SyslogReceiver>(*ns);
         ASSERT_TRUE(syslogd->ready());

@@ -9,8 +9,11 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <cerrno>
 
 namespace {
 
@@ -45,10 +48,7 @@ std::string results(std::initializer_list<int> values) {
 
 class WatchdogEnvTest : public MountNamespaceTest {
 protected:
-    void SetUp() override {
-        MountNamespaceTest::SetUp();
-        if (IsSkipped() || HasFatalFailure())
-            return;
+    void prepare() override {
         ASSERT_TRUE(ns->tmpfs("/tmp"));
         service = std::make_unique<UnixDatagramReceiver>("/tmp/.watchdog_api");
         ASSERT_TRUE(service->bound());
@@ -66,8 +66,9 @@ protected:
 };
 
 TEST_F(WatchdogEnvTest, RegisterBindsTheClientAndEveryCommandArrivesWhole) {
-    EXPECT_EQ(runInChild([] { return results({kx_watchdog_feed(0), kx_watchdog_unregister(0)}); })
-                  .output,
+    EXPECT_EQ(runInChild([] {
+                  return results({kx_watchdog_feed(0), kx_watchdog_unregister(0)});
+              }).output,
               "0 0 ");
     ASSERT_TRUE(writeFile("/tmp/.watchdog_api_daemond", "stale"));
     ChildRun const run = runInChild([] {
@@ -99,9 +100,9 @@ TEST_F(WatchdogEnvTest, LongNamesAreCutInTheMessageAndRefusedForThePath) {
     ChildRun const run = runInChild([&] {
         std::string name = tooLong;
         return results({kx_watchdog_register(1, 0, longest.c_str()), kx_watchdog_init(&name[0]),
-                        kx_watchdog_register(2, 0, tooLong.c_str())});
+                        errno, kx_watchdog_register(2, 0, tooLong.c_str())});
     });
-    EXPECT_EQ(run.output, "me -1 me ");
+    EXPECT_EQ(run.output, "me -1 " + std::to_string(ENAMETOOLONG) + " me ");
     expectReceived({{wire(1, run.pid, 1, longest.substr(0, 63)), "/tmp/.watchdog_api_" + longest},
                     {wire(1, run.pid, 2, tooLong.substr(0, 63)), ""}}); // sent unbound
     EXPECT_EQ(readFile(cutPath), "someone else's");
@@ -109,16 +110,31 @@ TEST_F(WatchdogEnvTest, LongNamesAreCutInTheMessageAndRefusedForThePath) {
 
 TEST_F(WatchdogEnvTest, ConfigMakesTheSocketAndALaterInitReplacesIt) {
     ChildRun const run = runInChild([] {
+        close(0); // daemons close standard input, so the socket may well be descriptor 0
         kx_watchdog_config("cfgd");
         char name[] = "second";
-        return results({kx_watchdog_init(name), kx_watchdog_feed(5)});
+        return results({kx_watchdog_feed(5), kx_watchdog_register(3, 0, "cfgd"),
+                        kx_watchdog_init(name), kx_watchdog_feed(6)});
     });
-    EXPECT_EQ(run.output, "0 5 ");
-    expectReceived({{wire(4, 0, 0, ""), "/tmp/.watchdog_api_cfgd"},
-                    {wire(3, 5, 0, ""), "/tmp/.watchdog_api_second"}});
+    EXPECT_EQ(run.output, "5 me 0 6 ");
+    std::string const first = "/tmp/.watchdog_api_cfgd";
+    expectReceived({{wire(4, 0, 0, ""), first},
+                    {wire(3, 5, 0, ""), first},
+                    {wire(1, run.pid, 3, "cfgd"), first},
+                    {wire(3, 6, 0, ""), "/tmp/.watchdog_api_second"}});
+    // Without descriptors to spare there is no socket: init gives socket()'s -1.
+    EXPECT_EQ(runInChild([] {
+                  rlimit const none = {0, 0};
+                  setrlimit(RLIMIT_NOFILE, &none);
+                  char name[] = "d";
+                  kx_watchdog_config(name);
+                  return results({kx_watchdog_register(1, 0, name), kx_watchdog_init(name)});
+              }).output,
+              "0 -1 ");
     ASSERT_EQ(unlink("/tmp/.watchdog_api"), 0); // the service is gone: register fails
-    EXPECT_EQ(runInChild([] { return results({kx_watchdog_register(1, 0, "d"), kx_watchdog_feed(0)}); })
-                  .output,
+    EXPECT_EQ(runInChild([] {
+                  return results({kx_watchdog_register(1, 0, "d"), kx_watchdog_feed(0)});
+              }).output,
               "0 me ");
 }
 

@@ -22,7 +22,14 @@ public:
         MODEL_TQ5900 = 10,
         MODEL_TQ5900R = 11
     };
-    enum { WWAN_TYPE_NONE = 0, WWAN_TYPE_2 = 2, WWAN_TYPE_3, WWAN_TYPE_4, WWAN_TYPE_5, WWAN_TYPE_6 };
+    enum {
+        WWAN_TYPE_NONE = 0,
+        WWAN_TYPE_2 = 2,
+        WWAN_TYPE_3,
+        WWAN_TYPE_4,
+        WWAN_TYPE_5,
+        WWAN_TYPE_6
+    };
     enum { WLAN_TYPE_NONE = 0, WLAN_TYPE_2 = 2 };
     enum { GNSS_TYPE_NONE = 0, GNSS_TYPE_2 = 2, GNSS_TYPE_3, GNSS_TYPE_4 };
     enum { ETHERNET_SWITCH_TYPE_NONE = 0, ETHERNET_SWITCH_TYPE_2 = 2 };
