@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -112,13 +113,16 @@ TEST_F(WatchdogEnvTest, ConfigMakesTheSocketAndALaterInitReplacesIt) {
     ChildRun const run = runInChild([] {
         close(0); // daemons close standard input, so the socket may well be descriptor 0
         kx_watchdog_config("cfgd");
+        kx_watchdog_config("other");
         char name[] = "second";
+        // The replaced socket is closed: descriptor 0 is free again.
         return results({kx_watchdog_feed(5), kx_watchdog_register(3, 0, "cfgd"),
-                        kx_watchdog_init(name), kx_watchdog_feed(6)});
+                        kx_watchdog_init(name), fcntl(0, F_GETFD), kx_watchdog_feed(6)});
     });
-    EXPECT_EQ(run.output, "5 me 0 6 ");
+    EXPECT_EQ(run.output, "5 me 0 -1 6 ");
     std::string const first = "/tmp/.watchdog_api_cfgd";
     expectReceived({{wire(4, 0, 0, ""), first},
+                    {wire(4, 0, 0, ""), first},
                     {wire(3, 5, 0, ""), first},
                     {wire(1, run.pid, 3, "cfgd"), first},
                     {wire(3, 6, 0, ""), "/tmp/.watchdog_api_second"}});
