@@ -77,7 +77,7 @@ TEST_F(KelvoInformationEnvTest, SetupFillsEveryFieldFromTheSummary) {
     }
 }
 
-TEST_F(KelvoInformationEnvTest, FailedSetupKeepsTheFieldsAndOnly999BytesCount) {
+TEST_F(KelvoInformationEnvTest, SetupWithoutAProductTypeKeepsTheFieldsAndOnly999BytesCount) {
     KelvoInformation info;
     // The name counts anywhere, not only on the product type line.
     ASSERT_TRUE(writeFile(kSummary, "Board TQ5321\nProduct type: ?\n"));
