@@ -19,6 +19,12 @@
 #include <orvik_utilities/containers/LinkedList.h>
 #include <orvik_utilities/containers/NumberBag.h>
 
+// device and process status
+#include <orvik_utilities/system/KelvoInformation.h>
+#include <orvik_utilities/system/LedControl.h>
+#include <orvik_utilities/system/LogInit.h>
+#include <orvik_utilities/system/Watchdog.h>
+
 // hashing and message authentication
 #include <orvik_utilities/crypto/AuthenticationContext.h>
 #include <orvik_utilities/crypto/HashContext.h>
