@@ -73,6 +73,13 @@ inline void putGroup(uint32_t bits, unsigned char* out) {
     out[2] = static_cast<unsigned char>(bits);
 }
 
+inline void putWord(uint32_t word, unsigned char* out) {
+    out[0] = static_cast<unsigned char>(word >> 24);
+    out[1] = static_cast<unsigned char>(word >> 16);
+    out[2] = static_cast<unsigned char>(word >> 8);
+    out[3] = static_cast<unsigned char>(word);
+}
+
 // Encoding looks up two characters at a time, for each 12-bit half of a 3-byte block.
 struct PairTable {
     char pair[4096][2];
@@ -197,20 +204,18 @@ int Base64::decode(String const& text, unsigned char* output, unsigned long& len
         std::size_t const roomLeft = (capacity - written) / 3;
         unsigned char* out = output + written;
         std::size_t n = groupsLeft < roomLeft ? groupsLeft : roomLeft;
-        // Two groups per round while both are clean, then single groups.
-        for (; n >= 2; n -= 2, p += 8, out += 6) {
+        // Four groups per round while all are clean, then single groups. Their twelve bytes
+        // go out as three big-endian words, which the compiler stores whole.
+        for (; n >= 4; n -= 4, p += 16, out += 12) {
             uint32_t const a = groupBits(p);
             uint32_t const b = groupBits(p + 4);
-            if (((a | b) & kForeignBit) != 0)
+            uint32_t const c = groupBits(p + 8);
+            uint32_t const d = groupBits(p + 12);
+            if (((a | b | c | d) & kForeignBit) != 0)
                 break;
-            // Four bytes for the first group let the compiler merge them into one store;
-            // the fourth is overwritten by the second group at once.
-            uint32_t const first = a << 8;
-            out[0] = static_cast<unsigned char>(first >> 24);
-            out[1] = static_cast<unsigned char>(first >> 16);
-            out[2] = static_cast<unsigned char>(first >> 8);
-            out[3] = static_cast<unsigned char>(first);
-            putGroup(b, out + 3);
+            putWord(a << 8 | b >> 16, out);
+            putWord(b << 16 | c >> 8, out + 4);
+            putWord(c << 24 | d, out + 8);
         }
         for (; n != 0; --n, p += 4, out += 3) {
             uint32_t const bits = groupBits(p);
