@@ -25,12 +25,13 @@ void throughput(benchmark::State& state, std::size_t bytes) {
     state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(bytes));
 }
 
-// Plain text, no line breaks.
+// Arguments: the byte count and the line length (0: no line breaks).
 void base64Encode(benchmark::State& state) {
     auto const data = randomBytes(static_cast<std::size_t>(state.range(0)));
+    auto const line = static_cast<unsigned long>(state.range(1));
     String text;
     for (auto _ : state) {
-        Base64::encode(data.data(), data.size(), 0, text);
+        Base64::encode(data.data(), data.size(), line, text);
         benchmark::DoNotOptimize(text.buffer());
     }
     throughput(state, data.size());
@@ -49,7 +50,7 @@ void opensslEncodeBlock(benchmark::State& state) {
 void base64Decode(benchmark::State& state) {
     auto const data = randomBytes(static_cast<std::size_t>(state.range(0)));
     String text;
-    Base64::encode(data.data(), data.size(), 0, text);
+    Base64::encode(data.data(), data.size(), static_cast<unsigned long>(state.range(1)), text);
     std::vector<unsigned char> out(data.size());
     for (auto _ : state) {
         unsigned long length = out.size();
@@ -72,17 +73,8 @@ void opensslDecodeBlock(benchmark::State& state) {
     throughput(state, data.size());
 }
 
-// With line breaks: ours writes 76-character lines, OpenSSL's streaming encoder its fixed
-// 64-character ones.
-void base64EncodeLines(benchmark::State& state) {
-    auto const data = randomBytes(static_cast<std::size_t>(state.range(0)));
-    String text;
-    for (auto _ : state) {
-        Base64::encode(data.data(), data.size(), 76, text);
-        benchmark::DoNotOptimize(text.buffer());
-    }
-    throughput(state, data.size());
-}
+// OpenSSL's streaming encoder and decoder, the peers of the runs with line breaks: it writes
+// its fixed 64-character lines where ours are 76 characters long.
 
 void opensslEncodeUpdate(benchmark::State& state) {
     auto const data = randomBytes(static_cast<std::size_t>(state.range(0)));
@@ -98,19 +90,6 @@ void opensslEncodeUpdate(benchmark::State& state) {
         benchmark::DoNotOptimize(text.data());
     }
     EVP_ENCODE_CTX_free(context);
-    throughput(state, data.size());
-}
-
-void base64DecodeLines(benchmark::State& state) {
-    auto const data = randomBytes(static_cast<std::size_t>(state.range(0)));
-    String text;
-    Base64::encode(data.data(), data.size(), 76, text);
-    std::vector<unsigned char> out(data.size());
-    for (auto _ : state) {
-        unsigned long length = out.size();
-        Base64::decode(text, out.data(), length);
-        benchmark::DoNotOptimize(out.data());
-    }
     throughput(state, data.size());
 }
 
@@ -175,13 +154,11 @@ void snprintfLong(benchmark::State& state) {
 
 } // namespace
 
-BENCHMARK(base64Encode)->Arg(1 << 10)->Arg(1 << 20);
+BENCHMARK(base64Encode)->ArgsProduct({{1 << 10, 1 << 20}, {0, 76}});
 BENCHMARK(opensslEncodeBlock)->Arg(1 << 10)->Arg(1 << 20);
-BENCHMARK(base64Decode)->Arg(1 << 10)->Arg(1 << 20);
+BENCHMARK(base64Decode)->ArgsProduct({{1 << 10, 1 << 20}, {0, 76}});
 BENCHMARK(opensslDecodeBlock)->Arg(1 << 10)->Arg(1 << 20);
-BENCHMARK(base64EncodeLines)->Arg(1 << 10)->Arg(1 << 20);
 BENCHMARK(opensslEncodeUpdate)->Arg(1 << 10)->Arg(1 << 20);
-BENCHMARK(base64DecodeLines)->Arg(1 << 10)->Arg(1 << 20);
 BENCHMARK(opensslDecodeUpdate)->Arg(1 << 10)->Arg(1 << 20);
 BENCHMARK(integerToText);
 BENCHMARK(unsignedToText);

@@ -131,13 +131,16 @@ uint32_t readNumber(char const* text, bool withSign) {
 }
 
 // The validity check is a round trip: canonical text renders back to itself.
-int32_t statusOf(char const* text, char const* rendered) {
-    return text != nullptr && rendered != nullptr && std::strcmp(text, rendered) == 0 ? 0 : -1;
-}
-
-template <typename T> void store(int32_t* status, T value) {
-    if (status != nullptr)
-        *status = value;
+template <typename T, T (*read)(char const*), char* (*render)(T, char*, int)>
+T validated(int32_t* status, char const* text) {
+    char canonical[kMaxText];
+    T const value = read(text);
+    if (status != nullptr) {
+        char const* rendered = render(value, canonical, 10);
+        *status =
+            text != nullptr && rendered != nullptr && std::strcmp(text, rendered) == 0 ? 0 : -1;
+    }
+    return value;
 }
 
 template <typename T, typename Validate>
@@ -184,31 +187,19 @@ int16_t valueOf16(char const* text) { return static_cast<int16_t>(readNumber(tex
 uint16_t u_valueOf16(char const* text) { return static_cast<uint16_t>(readNumber(text, false)); }
 
 int32_t validValueOf32(int32_t* status, char const* text) {
-    char canonical[kMaxText];
-    int32_t const value = valueOf32(text);
-    store(status, statusOf(text, i32toa(value, canonical, 10)));
-    return value;
+    return validated<int32_t, valueOf32, i32toa>(status, text);
 }
 
 int16_t validValueOf16(int32_t* status, char const* text) {
-    char canonical[kMaxText];
-    int16_t const value = valueOf16(text);
-    store(status, statusOf(text, i16toa(value, canonical, 10)));
-    return value;
+    return validated<int16_t, valueOf16, i16toa>(status, text);
 }
 
 uint32_t u_validValueOf32(int32_t* status, char const* text) {
-    char canonical[kMaxText];
-    uint32_t const value = u_valueOf32(text);
-    store(status, statusOf(text, u_i32toa(value, canonical, 10)));
-    return value;
+    return validated<uint32_t, u_valueOf32, u_i32toa>(status, text);
 }
 
 uint16_t u_validValueOf16(int32_t* status, char const* text) {
-    char canonical[kMaxText];
-    uint16_t const value = u_valueOf16(text);
-    store(status, statusOf(text, u_i16toa(value, canonical, 10)));
-    return value;
+    return validated<uint16_t, u_valueOf16, u_i16toa>(status, text);
 }
 
 int32_t validRangeValueOf32(int32_t* status, char const* text, int32_t minimum, int32_t maximum) {
