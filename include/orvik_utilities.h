@@ -9,6 +9,9 @@
 #include <orvik_utilities/text/Format.h>
 #include <orvik_utilities/text/String.h>
 
+// IP addressing
+#include <orvik_utilities/net/IpAddress.h>
+
 // hashing and message authentication
 #include <orvik_utilities/crypto/AuthenticationContext.h>
 #include <orvik_utilities/crypto/HashContext.h>
