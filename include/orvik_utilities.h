@@ -3,11 +3,21 @@
 #define ORVIK_UTILITIES_H
 
 #include <orvik_utilities/export.h>
+
+// text
+#include <orvik_utilities/text/Format.h>
+#include <orvik_utilities/text/String.h>
+
+// numbers and encodings
 #include <orvik_utilities/numbers/Base64.h>
 #include <orvik_utilities/numbers/Converters.h>
 #include <orvik_utilities/numbers/IntegerText.h>
-#include <orvik_utilities/text/Format.h>
-#include <orvik_utilities/text/String.h>
+
+// containers
+#include <orvik_utilities/containers/INStringHashTable.h>
+#include <orvik_utilities/containers/INUInt32HashTable.h>
+#include <orvik_utilities/containers/LinkedList.h>
+#include <orvik_utilities/containers/NumberBag.h>
 
 // IP addressing
 #include <orvik_utilities/net/IpAddress.h>
