@@ -23,15 +23,11 @@ String str(std::string const& s) {
 
 std::string std_(String const& s) { return std::string(s.buffer(), std::size_t(s.length())); }
 
-// The entries in list order, read through the string form's own reader.
+// The entries in list order, read from the form by an independent parser of the writer's
+// output.
 Entries entriesOf(ParamList const& list) {
-    ParamList copy;
-    copy = list;
     Entries out;
-    String const form = list.getTagValueString();
-    // Walk by asking for each tag the form names is not possible without the list's
-    // internals, so read the form back with an independent parser of the writer's output.
-    std::string const f = std_(form);
+    std::string const f = std_(list.getTagValueString());
     auto unescape = [](std::string const& t) {
         std::string r;
         for (std::size_t i = 0; i < t.size(); ++i) {

@@ -169,34 +169,6 @@ TEST(IpAddressTest, IPv6EntryPointsAnswerFixedValues) {
     EXPECT_TRUE(ip == before);
 }
 
-TEST(IpAddressTest, TokenReadersMoveOnlyOnSuccess) {
-    String const t("7.255.30x");
-    long pos = 0;
-    unsigned long value = 1;
-    EXPECT_TRUE(IpAddress::s_getV4IpAddrTokenOfString(t, pos, value));
-    EXPECT_EQ(pos, 1);
-    EXPECT_EQ(value, 7u);
-    EXPECT_FALSE(IpAddress::s_getV4IpAddrTokenOfString(t, pos, value));
-    EXPECT_EQ(pos, 1);
-    EXPECT_TRUE(IpAddress::s_getCharOfString(t, pos, '.'));
-    EXPECT_FALSE(IpAddress::s_getCharOfString(t, pos, '.'));
-    EXPECT_TRUE(IpAddress::s_getV4IpAddrTokenOfString(t, pos, value));
-    EXPECT_EQ(value, 255u);
-    pos = 6;
-    EXPECT_TRUE(IpAddress::s_getV4NetMaskSizeOfString(t, pos, value));
-    EXPECT_EQ(value, 30u);
-    EXPECT_EQ(pos, 8);
-    EXPECT_FALSE(IpAddress::s_getEndOfString(t, pos));
-    EXPECT_TRUE(IpAddress::s_getEndOfString(t, 9));
-    pos = 9;
-    EXPECT_TRUE(IpAddress::s_getCharOfString(t, pos, '\0')); // past the end reads as NUL
-    pos = -3;
-    EXPECT_FALSE(IpAddress::s_getV4IpAddrTokenOfString(t, pos, value));
-    String const over("33");
-    pos = 0;
-    EXPECT_FALSE(IpAddress::s_getV4NetMaskSizeOfString(over, pos, value));
-}
-
 // The grammar as a regular expression, with the value bounds checked on the captures.
 bool referenceParse(std::string const& t, uint32_t& word, int& prefix) {
     static std::regex const grammar(
