@@ -181,7 +181,7 @@ bool ConfigReader::initialize(String const& fileName, unsigned long tableSize) {
         return false;
     }
     PieceReader reader(file);
-    unsigned char piece[pieceLimit + 1];
+    unsigned char piece[pieceLimit];
     while (std::size_t const length = reader.next(piece))
         if (piece[0] != '#')
             readEntry(table, piece, length);

@@ -181,7 +181,7 @@ TEST(ConfigReaderTest, IntegersOnOffAndIndexedTags) {
     ConfigReader reader;
     ASSERT_TRUE(reader.initialize(
         dir.write("i.cfg", "a=ON\nb=On\nc=on\nd=OFF\ne=off\nf=12\ng=-7\nh=FFh\ni=onx\n"
-                           "route3=-1\nroute4=oFf\nif2_name=eth0\nx%3=pct\nr7=0x\n"),
+                           "route3=-1\nroute4=oFf\nif2_name=eth0\nx%3=pct\nr7=0x\nn007=p\n"),
         2));
     char const* tags[] = {"a", "b", "c", "d", "e", "f", "g", "h", "i", "zz"};
     long const values[] = {1, 1, 1, 0, 0, 12, -7, 255, valueOf32("onx"), 42};
@@ -200,6 +200,7 @@ TEST(ConfigReaderTest, IntegersOnOffAndIndexedTags) {
     EXPECT_EQ(indexed("if%u_name", 2), "eth0");
     EXPECT_EQ(indexed("x%%%d", 3), "pct");
     EXPECT_EQ(indexed("if%lu_name", 3), "none");
+    EXPECT_EQ(indexed("n%.03lu", 7), "p");
     // Patterns that do not hold exactly one integer conversion are never formatted.
     for (char const* bad : {"if%s_name", "if%lu%lu", "if%*d", "if2_name", "if%n", "if%llu_name",
                             "if%", "if%2$d"})
