@@ -106,33 +106,34 @@ long indexOf(char const* p, long length, char c, long from) {
     return hit ? long(static_cast<char const*>(hit) - p) : -1;
 }
 
+// Moves pos to the next c at or after from; false (pos -1) when there is none.
+bool seek(char const* p, long length, char c, long from, long& pos) {
+    pos = indexOf(p, length, c, from);
+    return pos >= 0;
+}
+
 // One element at pos, by the reader's rules; pos always moves on (or becomes -1).
 bool readElement(char const* p, long length, long& pos, long& tagStart, long& tagLength,
                  long& valueStart, long& valueLength) {
-    long start = pos;
-    pos = indexOf(p, length, '<', pos);
-    if (pos != start)
+    long const start = pos;
+    if (!seek(p, length, '<', start, pos) || pos != start)
         return false;
-    start = pos + 1;
-    pos = indexOf(p, length, '>', start);
-    if (pos < 0)
+    tagStart = pos + 1;
+    if (!seek(p, length, '>', tagStart, pos))
         return false;
-    tagStart = start;
-    tagLength = pos - start;
-    start = pos + 1;
-    pos = indexOf(p, length, '<', start);
-    if (pos < 0)
+    tagLength = pos - tagStart;
+    valueStart = pos + 1;
+    if (!seek(p, length, '<', valueStart, pos))
         return false;
-    valueStart = start;
-    valueLength = pos - start;
+    valueLength = pos - valueStart;
     pos += 1;
     if (pos >= length || p[pos] != '/')
         return false;
-    start = pos + 1;
-    pos = indexOf(p, length, '>', start);
-    if (pos < 0)
+    long const closingStart = pos + 1;
+    if (!seek(p, length, '>', closingStart, pos))
         return false;
-    if (pos - start != tagLength || std::memcmp(p + start, p + tagStart, std::size_t(tagLength)) != 0)
+    if (pos - closingStart != tagLength ||
+        std::memcmp(p + closingStart, p + tagStart, std::size_t(tagLength)) != 0)
         return false;
     pos += 1;
     return true;
