@@ -1,4 +1,4 @@
-// IpAddress against an independent reading of the address grammar (a regular expression)
+// IpAddress against an independent reading of the address grammar (splitting the text)
 // and of the classification (host and network numbers in 64-bit arithmetic).
 #include <orvik_utilities/net/IpAddress.h>
 
@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <cstring>
 #include <random>
-#include <regex>
 #include <string>
 
 namespace {
@@ -164,24 +163,34 @@ TEST(IpAddressTest, IPv6EntryPointsAnswerFixedValues) {
     EXPECT_TRUE(ip == before);
 }
 
-// The grammar as a regular expression, with the value bounds checked on the captures.
-bool referenceParse(std::string const& t, uint32_t& word, int& prefix) {
-    static std::regex const grammar(
-        "(0|[1-9][0-9]{0,2})\\.(0|[1-9][0-9]{0,2})\\.(0|[1-9][0-9]{0,2})\\."
-        "(0|[1-9][0-9]{0,2})(/(0|[1-9][0-9]?))?");
-    std::smatch m;
-    if (!std::regex_match(t, m, grammar))
+// The grammar read another way: split at the first '/' and at every '.', then judge each
+// piece as a whole number with the digit rules.
+bool referenceNumber(std::string const& piece, std::size_t maxDigits, int maximum, int& value) {
+    if (piece.empty() || piece.size() > maxDigits || (piece.size() > 1 && piece[0] == '0'))
         return false;
+    for (char c : piece)
+        if (c < '0' || c > '9')
+            return false;
+    value = std::stoi(piece);
+    return value <= maximum;
+}
+
+bool referenceParse(std::string const& t, uint32_t& word, int& prefix) {
+    std::size_t const slash = t.find('/');
+    prefix = -1;
+    if (slash != std::string::npos && !referenceNumber(t.substr(slash + 1), 2, 32, prefix))
+        return false;
+    std::string const quad = t.substr(0, slash);
     uint32_t w = 0;
-    for (int i = 1; i <= 4; ++i) {
-        int const octet = std::stoi(m[std::size_t(i)].str());
-        if (octet > 255)
+    std::size_t from = 0;
+    for (int i = 0; i < 4; ++i) {
+        std::size_t const dot = i < 3 ? quad.find('.', from) : quad.size();
+        int octet = 0;
+        if (dot == std::string::npos || !referenceNumber(quad.substr(from, dot - from), 3, 255, octet))
             return false;
         w = w << 8 | uint32_t(octet);
+        from = dot + 1;
     }
-    prefix = m[5].matched ? std::stoi(m[6].str()) : -1;
-    if (prefix > 32)
-        return false;
     word = w;
     return true;
 }
