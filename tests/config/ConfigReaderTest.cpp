@@ -255,9 +255,10 @@ TEST(ConfigReaderTest, AllocationFailuresDropEntriesCleanly) {
         StdoutCapture out;
         fault.arm();
         reader.initialize(file, 4);
-        reader.add(d, four);
+        bool const added = reader.add(d, four);
         hit = fault.disarm();
         out.text();
+        EXPECT_EQ(added, get(reader, "d") == "4");
         for (auto const& [tag, value] : {std::pair<char const*, char const*>{"a", "1"},
                                          {"b", "22"}, {"c", "333"}, {"d", "4"}}) {
             std::string const v = get(reader, tag);

@@ -129,7 +129,8 @@ TEST(ParamListTest, ReaderSkipsWhatIsNotAnElement) {
         {"<a>50%</a><b>%4</b><c>%zz%</c><d>%g1</d>", {{"a", "50%"}, {"b", "%4"}, {"c", "%zz%"},
                                                      {"d", "%g1"}}},
         // A decoded '%' is not decoded again; "%00" is a NUL byte.
-        {"<a>%2541</a><b>x%00y</b>", {{"a", "%41"}, {"b", std::string("x\0y", 3)}}},
+        {"<a>%2541</a><b>x%00y</b><c>%39%46%66</c>",
+         {{"a", "%41"}, {"b", std::string("x\0y", 3)}, {"c", "9Ff"}}},
         {"<b>2</b><a>1</a>", {{"a", "1"}, {"b", "2"}}},
     };
     for (auto const& c : cases)
