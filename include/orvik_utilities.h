@@ -22,6 +22,10 @@
 // IP addressing
 #include <orvik_utilities/net/IpAddress.h>
 
+// reachability probes
+#include <orvik_utilities/net/PingClient.h>
+#include <orvik_utilities/net/RawPing.h>
+
 // hashing and message authentication
 #include <orvik_utilities/crypto/AuthenticationContext.h>
 #include <orvik_utilities/crypto/HashContext.h>
