@@ -36,8 +36,11 @@ PeerNamespace::PeerNamespace() {
     if (child == 0) {
         // Dies with the test program, so a crashed test leaves no namespace behind.
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        close(ready[0]);
-        close(hold[1]);
+        // Only its own two pipe ends: a holder that kept another holder's release end open
+        // would keep that one alive past its destructor.
+        for (int fd = 3; fd < 1024; ++fd)
+            if (fd != ready[1] && fd != hold[0])
+                close(fd);
         char const status = unshare(CLONE_NEWNET) == 0 ? 'y' : 'n';
         if (write(ready[1], &status, 1) != 1)
             _exit(1);
