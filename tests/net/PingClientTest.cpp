@@ -2,7 +2,7 @@
 // against a target host in a peer network namespace joined by a veth link (root only).
 #include <orvik_utilities/net/PingClient.h>
 
-#include "ProbeTopology.h"
+#include "support/ProbeTopology.h"
 
 #include <gtest/gtest.h>
 
@@ -71,8 +71,9 @@ TEST(PingClientTest, ChecksumOfAnyLength) {
 class PingClientEnvTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        if (!self.entered())
-            return;
+        if (self.lacksPrivilege())
+            GTEST_SKIP() << self.reason();
+        ASSERT_TRUE(self.entered()) << self.reason();
         target = std::make_unique<PeerNamespace>();
         ASSERT_TRUE(target->ready()) << target->reason();
         std::string why;
@@ -82,7 +83,7 @@ protected:
         capture = target->openCapture("t0");
         ASSERT_GE(capture, 0) << target->reason();
     }
-    void TearDown() override {
+    ~PingClientEnvTest() override {
         if (capture >= 0)
             close(capture);
     }
@@ -110,17 +111,7 @@ protected:
     int capture = -1;
 };
 
-#define ORVIK_NEED_NAMESPACE()                                                                 \
-    do {                                                                                       \
-        if (!self.entered()) {                                                                 \
-            if (self.lacksPrivilege())                                                         \
-                GTEST_SKIP() << self.reason();                                                 \
-            FAIL() << self.reason();                                                           \
-        }                                                                                      \
-    } while (false)
-
 TEST_F(PingClientEnvTest, RequestsOnTheWireAndTheirReplies) {
-    ORVIK_NEED_NAMESPACE();
     ObservedClient client;
     uint16_t const first = client.seq();
     ASSERT_EQ(client.sendPingFromInterface("10.30.0.2", "p0"), 0);
@@ -163,7 +154,6 @@ TEST_F(PingClientEnvTest, RequestsOnTheWireAndTheirReplies) {
 }
 
 TEST_F(PingClientEnvTest, FailedSendsKeepTheirSocketAndAdvanceTheSequence) {
-    ORVIK_NEED_NAMESPACE();
     ObservedClient client;
     uint16_t const first = client.seq();
     EXPECT_EQ(client.sendSimplePing("%s%n%x", nullptr), 1);
@@ -179,7 +169,6 @@ TEST_F(PingClientEnvTest, FailedSendsKeepTheirSocketAndAdvanceTheSequence) {
 }
 
 TEST_F(PingClientEnvTest, NoReplyFromASilentOrAbsentHost) {
-    ORVIK_NEED_NAMESPACE();
     ASSERT_TRUE(target->run("echo 1 > /proc/sys/net/ipv4/icmp_echo_ignore_all")) << target->reason();
     PingClient client;
     ASSERT_EQ(client.sendPingFromInterface("10.30.0.2", "p0"), 0);
@@ -193,7 +182,6 @@ TEST_F(PingClientEnvTest, NoReplyFromASilentOrAbsentHost) {
 // Replies made by hand in the target: the wrong identifier, the previous sequence number,
 // then the right one behind four bytes of IP options. Only the last one counts.
 TEST_F(PingClientEnvTest, SkipsOtherRepliesAndFollowsTheHeaderLength) {
-    ORVIK_NEED_NAMESPACE();
     ASSERT_TRUE(target->run("echo 1 > /proc/sys/net/ipv4/icmp_echo_ignore_all")) << target->reason();
     ObservedClient client;
     ASSERT_EQ(client.sendPingFromInterface("10.30.0.2", "p0"), 0);

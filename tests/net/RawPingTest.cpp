@@ -7,7 +7,7 @@
 //                 no route to 10.50.2.0/24 at all.
 #include <orvik_utilities/net/RawPing.h>
 
-#include "ProbeTopology.h"
+#include "support/ProbeTopology.h"
 #include "support/MountNamespace.h"
 #include "support/SyslogReceiver.h"
 

@@ -1,7 +1,7 @@
 // Shared by the probe tests: hosts in network namespaces joined by veth links, and the
 // ICMP echo requests seen on a capture socket.
-#ifndef ORVIK_TESTS_NET_PROBE_TOPOLOGY_H
-#define ORVIK_TESTS_NET_PROBE_TOPOLOGY_H
+#ifndef ORVIK_TESTS_SUPPORT_PROBE_TOPOLOGY_H
+#define ORVIK_TESTS_SUPPORT_PROBE_TOPOLOGY_H
 
 #include "support/NetworkNamespace.h"
 #include "support/PeerNamespace.h"
