@@ -30,17 +30,21 @@ unsigned short PingClient::checksum(unsigned short* data, int length) const {
     return orvik::detail::internetChecksum(data, length > 0 ? static_cast<std::size_t>(length) : 0);
 }
 
-bool PingClient::openSocket() {
-    cleanup();
-    ++echoSeq;
-    socketFd = socket(AF_INET, SOCK_RAW | SOCK_CLOEXEC, IPPROTO_ICMP);
-    if (socketFd < 0)
+namespace {
+
+// A raw ICMP socket in *fd with the header-included option; false when either fails (the
+// socket, if made, stays in *fd).
+bool openEchoSocket(int* fd) {
+    *fd = socket(AF_INET, SOCK_RAW | SOCK_CLOEXEC, IPPROTO_ICMP);
+    if (*fd < 0)
         return false;
     int const on = 1;
-    return setsockopt(socketFd, IPPROTO_IP, IP_HDRINCL, &on, sizeof on) == 0;
+    return setsockopt(*fd, IPPROTO_IP, IP_HDRINCL, &on, sizeof on) == 0;
 }
 
-int PingClient::sendRequest(char const* target, uint32_t source) {
+// Builds the request with the client's own checksum and sends it on fd: 0 or 1.
+int sendRequest(PingClient const& client, int fd, char const* target, uint32_t source,
+                uint16_t identifier, uint16_t sequence) {
     hostent const* const host = gethostbyname(target);
     if (host == nullptr || host->h_addrtype != AF_INET || host->h_length != 4 ||
         host->h_addr_list[0] == nullptr)
@@ -53,21 +57,26 @@ int PingClient::sendRequest(char const* target, uint32_t source) {
     // Aligned for the checksum's unsigned short view.
     unsigned short words[kPingRequestLength / 2];
     unsigned char* const packet = reinterpret_cast<unsigned char*>(words);
-    orvik::detail::fillPingRequest(packet, source, ntohl(to.sin_addr.s_addr), echoId, echoSeq);
-    unsigned short const icmpSum = checksum(words + 10, kPingRequestLength - 20);
+    orvik::detail::fillPingRequest(packet, source, ntohl(to.sin_addr.s_addr), identifier,
+                                   sequence);
+    unsigned short const icmpSum = client.checksum(words + 10, kPingRequestLength - 20);
     std::memcpy(packet + 22, &icmpSum, sizeof icmpSum);
-    unsigned short const headerSum = checksum(words, 20);
+    unsigned short const headerSum = client.checksum(words, 20);
     std::memcpy(packet + 10, &headerSum, sizeof headerSum);
 
-    ssize_t const sent = sendto(socketFd, packet, kPingRequestLength, 0,
+    ssize_t const sent = sendto(fd, packet, kPingRequestLength, 0,
                                 reinterpret_cast<sockaddr const*>(&to), sizeof to);
     return sent == static_cast<ssize_t>(kPingRequestLength) ? 0 : 1;
 }
 
+} // namespace
+
 int PingClient::sendSimplePing(char const* target, char const* source) {
     if (target == nullptr)
         return 1;
-    if (!openSocket())
+    cleanup();
+    ++echoSeq;
+    if (!openEchoSocket(&socketFd))
         return 1;
     uint32_t sourceAddress = 0;
     if (source != nullptr) {
@@ -76,13 +85,15 @@ int PingClient::sendSimplePing(char const* target, char const* source) {
             return 1;
         sourceAddress = ntohl(parsed.s_addr);
     }
-    return sendRequest(target, sourceAddress);
+    return sendRequest(*this, socketFd, target, sourceAddress, echoId, echoSeq);
 }
 
 int PingClient::sendPingFromInterface(char const* target, char const* interface) {
     if (target == nullptr || interface == nullptr)
         return 1;
-    if (!openSocket())
+    cleanup();
+    ++echoSeq;
+    if (!openEchoSocket(&socketFd))
         return 1;
     char device[32];
     std::memset(device, 0, sizeof device);
@@ -94,7 +105,7 @@ int PingClient::sendPingFromInterface(char const* target, char const* interface)
     if (setsockopt(socketFd, SOL_SOCKET, SO_BINDTODEVICE, device, sizeof device) != 0 ||
         setsockopt(socketFd, IPPROTO_IP, IP_HDRINCL, &on, sizeof on) != 0)
         return 1;
-    return sendRequest(target, 0);
+    return sendRequest(*this, socketFd, target, 0, echoId, echoSeq);
 }
 
 int PingClient::checkPingResponse() {

@@ -45,11 +45,6 @@ protected:
     int socketFd;
     uint16_t echoId;
     uint16_t echoSeq;
-
-private:
-    // The raw socket with the header-included option; false when either fails.
-    bool openSocket();
-    int sendRequest(char const* target, uint32_t source);
 };
 
 #endif
