@@ -23,7 +23,7 @@ public:
 
     // Moves interface from the calling thread's namespace into this one.
     bool adopt(std::string const& interface);
-    // Runs "sh -c command" inside; false (reason() has its output) unless it exits with 0.
+    // Runs "sh -c command" inside; false (and reason()) unless it exits with 0.
     bool run(std::string const& command);
     // A socket made inside (it stays there wherever it is used), or -1.
     int openSocket(int domain, int type, int protocol);
