@@ -153,7 +153,7 @@ TEST_F(PingClientEnvTest, RequestsOnTheWireAndTheirReplies) {
     EXPECT_EQ(client.checkPingResponse(), 3);
 }
 
-TEST_F(PingClientEnvTest, FailedSendsKeepTheirSocketAndAdvanceTheSequence) {
+TEST_F(PingClientEnvTest, UnsentRequestsKeepTheirSocketAndAdvanceTheSequence) {
     ObservedClient client;
     uint16_t const first = client.seq();
     EXPECT_EQ(client.sendSimplePing("%s%n%x", nullptr), 1);
