@@ -167,10 +167,10 @@ TEST_F(PingClientEnvTest, UnsentRequestsKeepTheirSocketAndAdvanceTheSequence) {
     EXPECT_EQ(client.sendSimplePing("10.99.0.1", nullptr), 1);
     EXPECT_TRUE(echoRequests(drainFrames(capture)).empty());
     // Fifteen characters are the most a name can have, and bind whole.
-    ASSERT_TRUE(self.ip("link set p0 down") && self.ip("link set p0 name p0-fifteen-chr") &&
-                self.setUp("p0-fifteen-chr"))
+    ASSERT_TRUE(self.ip("link set p0 down") && self.ip("link set p0 name p0-fifteen-char") &&
+                self.setUp("p0-fifteen-char"))
         << self.reason();
-    EXPECT_EQ(client.sendPingFromInterface("10.30.0.2", "p0-fifteen-chr"), 0);
+    EXPECT_EQ(client.sendPingFromInterface("10.30.0.2", "p0-fifteen-char"), 0);
     EXPECT_EQ(await(client), 0);
 }
 
