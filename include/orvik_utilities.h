@@ -26,6 +26,10 @@
 // IP addressing
 #include <orvik_utilities/net/IpAddress.h>
 
+// reachability probes
+#include <orvik_utilities/net/PingClient.h>
+#include <orvik_utilities/net/RawPing.h>
+
 // device and process status
 #include <orvik_utilities/system/KelvoInformation.h>
 #include <orvik_utilities/system/LedControl.h>
