@@ -26,4 +26,10 @@
 #include <orvik_utilities/crypto/Md5HashContext.h>
 #include <orvik_utilities/crypto/Sha1HashContext.h>
 
+// device and process status
+#include <orvik_utilities/system/KelvoInformation.h>
+#include <orvik_utilities/system/LedControl.h>
+#include <orvik_utilities/system/LogInit.h>
+#include <orvik_utilities/system/Watchdog.h>
+
 #endif
