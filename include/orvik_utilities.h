@@ -19,6 +19,9 @@
 #include <orvik_utilities/containers/LinkedList.h>
 #include <orvik_utilities/containers/NumberBag.h>
 
+// IP addressing
+#include <orvik_utilities/net/IpAddress.h>
+
 // hashing and message authentication
 #include <orvik_utilities/crypto/AuthenticationContext.h>
 #include <orvik_utilities/crypto/HashContext.h>
