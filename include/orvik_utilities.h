@@ -30,9 +30,12 @@
 #include <orvik_utilities/crypto/Sha1HashContext.h>
 
 // device and process status
+#include <orvik_utilities/system/IpInterfaceStatus.h>
 #include <orvik_utilities/system/KelvoInformation.h>
 #include <orvik_utilities/system/LedControl.h>
 #include <orvik_utilities/system/LogInit.h>
+#include <orvik_utilities/system/ProcessControl.h>
+#include <orvik_utilities/system/ProcessEntry.h>
 #include <orvik_utilities/system/Watchdog.h>
 
 #endif
