@@ -1,6 +1,7 @@
 #include <orvik_utilities/system/ProcessControl.h>
 
 #include "system/ProcessIndex.h"
+#include "system/ProcessName.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -14,26 +15,11 @@
 
 namespace {
 
-constexpr std::size_t kCommandLineLimit = 255;
+using orvik::detail::kCommandLineLimit;
+using orvik::detail::kProcessNameSize;
 
-// The id a /proc directory name spells; false for no digits or a value beyond int32_t.
-bool pidFromName(char const* text, int32_t* pid) {
-    if (text[0] == '\0')
-        return false;
-    int32_t value = 0;
-    for (; *text != '\0'; ++text) {
-        int32_t const digit = *text - '0';
-        if (value > (INT32_MAX - digit) / 10)
-            return false;
-        value = value * 10 + digit;
-    }
-    *pid = value;
-    return true;
-}
-
-// The process's command line, arguments joined by spaces, or "[<directory>]" when it has
-// none (kernel threads, zombies). False when the process has gone.
-bool readName(int32_t pid, char const* directory, char (&text)[kCommandLineLimit + 3]) {
+// The process's name (see nameFromCommandLine); false when the process has gone.
+bool readName(int32_t pid, char const* directory, char (&text)[kProcessNameSize]) {
     char path[32];
     std::snprintf(path, sizeof path, "/proc/%d/cmdline", static_cast<int>(pid));
     int const fd = open(path, O_RDONLY | O_CLOEXEC);
@@ -49,16 +35,7 @@ bool readName(int32_t pid, char const* directory, char (&text)[kCommandLineLimit
         length += std::size_t(got);
     }
     close(fd);
-    if (length == 0) {
-        std::snprintf(text, sizeof text, "[%.*s]", int(kCommandLineLimit), directory);
-        return true;
-    }
-    for (std::size_t i = 0; i < length; ++i)
-        if (text[i] == '\0')
-            text[i] = ' ';
-    if (text[length - 1] == ' ')
-        --length;
-    text[length] = '\0';
+    orvik::detail::nameFromCommandLine(text, length, directory);
     return true;
 }
 
@@ -101,7 +78,7 @@ void ProcessControl::refresh(bool update) {
     while (dirent const* directory = readdir(proc)) {
         int32_t pid;
         if (directory->d_type != DT_DIR || !isNumeric(directory->d_name) ||
-            !pidFromName(directory->d_name, &pid))
+            !orvik::detail::pidFromDirectoryName(directory->d_name, &pid))
             continue;
         if (update) {
             ProcessEntry* seen = known.usable() ? known.find(pid) : getProcessEntryByPid(pid);
@@ -110,7 +87,7 @@ void ProcessControl::refresh(bool update) {
                 continue;
             }
         }
-        char name[kCommandLineLimit + 3];
+        char name[kProcessNameSize];
         if (!readName(pid, directory->d_name, name))
             continue;
         ProcessEntry* const entry = new (std::nothrow) ProcessEntry(pid, name);
