@@ -17,13 +17,13 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, std::size_t size) {
 
     int32_t pid = -1;
     bool const isPid = pidFromDirectoryName(directory.c_str(), &pid);
-    bool const digits = !directory.empty() &&
-                        directory.find_first_not_of("0123456789") == std::string::npos;
-    std::string const trimmed = directory.substr(std::min(directory.find_first_not_of('0'),
-                                                          directory.size()));
+    bool const digits =
+        !directory.empty() && directory.find_first_not_of("0123456789") == std::string::npos;
+    std::string const trimmed =
+        directory.substr(std::min(directory.find_first_not_of('0'), directory.size()));
     bool const fits = trimmed.size() < 10 || (trimmed.size() == 10 && trimmed <= "2147483647");
-    if (isPid != (digits && fits) || (isPid ? std::to_string(pid) != (trimmed.empty() ? "0" : trimmed)
-                                            : pid != -1))
+    if (isPid != (digits && fits) ||
+        (isPid ? std::to_string(pid) != (trimmed.empty() ? "0" : trimmed) : pid != -1))
         std::abort();
 
     std::size_t const length = size < kCommandLineLimit ? size : kCommandLineLimit;

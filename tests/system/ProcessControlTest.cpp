@@ -45,10 +45,13 @@ TEST(ProcessControlTest, LayoutSlotsNamesAndEntries) {
 
     struct {
         std::string bytes, name;
-    } const lines[] = {{"/usr/sbin/daemond\0-f\0/etc/daemond.conf\0"s,
-                        "/usr/sbin/daemond -f /etc/daemond.conf"},
-                       {"a\0\0b\0"s, "a  b"}, {"tail \0"s, "tail "}, {"\0"s, ""}, {"x"s, "x"},
-                       {"", "[0042]"}};
+    } const lines[] = {
+        {"/usr/sbin/daemond\0-f\0/etc/daemond.conf\0"s, "/usr/sbin/daemond -f /etc/daemond.conf"},
+        {"a\0\0b\0"s, "a  b"},
+        {"tail \0"s, "tail "},
+        {"\0"s, ""},
+        {"x"s, "x"},
+        {"", "[0042]"}};
     for (auto const& line : lines) {
         char text[orvik::detail::kProcessNameSize];
         std::memcpy(text, line.bytes.data(), line.bytes.size());
@@ -80,8 +83,8 @@ TEST(ProcessControlTest, LayoutSlotsNamesAndEntries) {
 // "pid:name" per entry in table order, "!" after one not valid, then "#count".
 std::string dump(ProcessControl& table) {
     std::string text;
-    for (ProcessEntry* entry = table.getNextProcessEntryByName(nullptr, nullptr);
-         entry != nullptr; entry = entry->getNext())
+    for (ProcessEntry* entry = table.getNextProcessEntryByName(nullptr, nullptr); entry != nullptr;
+         entry = entry->getNext())
         text += std::to_string(entry->getPid()) + ":" + entry->getName() +
                 (entry->isValid() ? " " : "! ");
     return text + "#" + std::to_string(table.getNumberOfProcesses());
@@ -89,8 +92,8 @@ std::string dump(ProcessControl& table) {
 
 std::vector<ProcessEntry*> entries(ProcessControl& table) {
     std::vector<ProcessEntry*> all;
-    for (ProcessEntry* entry = table.getNextProcessEntryByName(nullptr, nullptr);
-         entry != nullptr; entry = table.getNextProcessEntryByName(nullptr, entry))
+    for (ProcessEntry* entry = table.getNextProcessEntryByName(nullptr, nullptr); entry != nullptr;
+         entry = table.getNextProcessEntryByName(nullptr, entry))
         all.push_back(entry);
     return all;
 }
@@ -111,7 +114,7 @@ protected:
 
 TEST_F(ProcessControlFakeProcEnvTest, ScanSkipsWhatIsNoProcessAndUpdatesKeepEntries) {
     process("7", "one\0"s);
-    process("8", ""); // a kernel thread
+    process("8", "");                      // a kernel thread
     ASSERT_EQ(mkdir("/proc/12", 0755), 0); // gone before its command line was read
     process("13a", "not a process");
     process("99999999999", "beyond int");
@@ -290,8 +293,8 @@ TEST_F(ProcessControlPidNamespaceEnvTest, AReusedProcessIdKeepsTheOldEntryUntilA
         std::string const second = sleeper({"beta", "1000"});
         table.refresh(true);
         ProcessEntry* const now = table.getProcessEntryByPid(std::stoi(second));
-        std::string report = first + " " + second + " " + (now == entry ? "same " : "other ") +
-                             now->getName();
+        std::string report =
+            first + " " + second + " " + (now == entry ? "same " : "other ") + now->getName();
         table.refresh(false);
         return report + " | " + table.getProcessEntryByPid(std::stoi(second))->getName();
     });
