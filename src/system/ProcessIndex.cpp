@@ -43,21 +43,18 @@ bool ProcessIndex::grow() {
     return true;
 }
 
-bool ProcessIndex::add(int32_t pid, ProcessEntry* entry) {
-    if (failed || entry == nullptr)
-        return false;
+void ProcessIndex::add(int32_t pid, ProcessEntry* entry) {
     // At most half full, so that probes stay short and always end at a free slot.
-    if ((used + 1) * 2 > (slots == nullptr ? 0 : mask + 1) && !grow())
-        return false;
+    if (failed || ((used + 1) * 2 > (slots == nullptr ? 0 : mask + 1) && !grow()))
+        return;
     uint32_t at = home(pid);
     while (slots[at].entry != nullptr) {
         if (slots[at].pid == pid)
-            return true;
+            return;
         at = (at + 1) & mask;
     }
     slots[at] = Slot{pid, entry};
     ++used;
-    return true;
 }
 
 ProcessEntry* ProcessIndex::find(int32_t pid) const {

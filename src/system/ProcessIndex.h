@@ -19,9 +19,9 @@ public:
     ProcessIndex(ProcessIndex const&) = delete;
     ProcessIndex& operator=(ProcessIndex const&) = delete;
 
-    // Records entry under pid unless pid has one already. False when the index could not
-    // grow; it is then unusable (usable() false) and the caller must search otherwise.
-    bool add(int32_t pid, ProcessEntry* entry);
+    // Records entry under pid unless pid has one already. When the index cannot grow it
+    // becomes unusable (usable() false) and the caller must search otherwise.
+    void add(int32_t pid, ProcessEntry* entry);
     // The first entry recorded under pid, or null.
     ProcessEntry* find(int32_t pid) const;
     bool usable() const { return !failed; }

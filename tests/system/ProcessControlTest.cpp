@@ -24,6 +24,8 @@
 #include <cerrno>
 #include <cstring>
 #include <functional>
+#include <random>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -155,16 +157,29 @@ TEST_F(ProcessControlFakeProcEnvTest, ScanSkipsWhatIsNoProcessAndUpdatesKeepEntr
         return updated + " | " + dump(table);
     });
     EXPECT_EQ(run.output, "9:nine! #1 | #0");
+    gone("9");
+    table.refresh(true);
+    EXPECT_EQ(dump(table), "#0");
+    process("7", "again\0"s);
+    table.refresh(true);
     table.cleanup();
     EXPECT_EQ(dump(table), "#0");
 }
 
 TEST_F(ProcessControlFakeProcEnvTest, AllocationFailuresLoseOnlyTheProcessesTheyHit) {
-    for (int pid = 100; pid < 240; ++pid) // enough to make the update's index grow
+    // Enough to make the update's index grow; scattered, so that some ids share slots.
+    int commandLines = 0;
+    std::mt19937 random(7);
+    std::set<int> pids;
+    while (pids.size() < 140)
+        pids.insert(2 + int(random() % 32768));
+    for (int pid : pids) {
+        commandLines += pid % 7 == 0 ? 0 : 1;
         process(std::to_string(pid), pid % 7 == 0 ? ""s : "p"s + std::to_string(pid) + "\0"s);
+    }
     ProcessControl reference;
     reference.refresh(false);
-    EXPECT_EQ(reference.getNumberOfProcesses(), 120);
+    EXPECT_EQ(reference.getNumberOfProcesses(), commandLines);
     int const injected = sweepAllocationFailures([&](AllocationFault& fault, bool& hit) {
         ProcessControl table;
         fault.arm();
@@ -179,9 +194,12 @@ TEST_F(ProcessControlFakeProcEnvTest, AllocationFailuresLoseOnlyTheProcessesThey
             EXPECT_EQ(entry->getName(), kernelThread ? "[" + id + "]" : "p" + id);
         }
         EXPECT_EQ(table.getNumberOfProcesses(), withCommandLine);
+        if (!hit) { // every process found again, in its place
+            EXPECT_EQ(dump(table), dump(reference));
+        }
         table.refresh(true); // with memory back, an update completes the table
         EXPECT_EQ(dump(table).size(), dump(reference).size());
-        EXPECT_EQ(table.getNumberOfProcesses(), 120);
+        EXPECT_EQ(table.getNumberOfProcesses(), commandLines);
     });
     EXPECT_GT(injected, 0);
 }
