@@ -3,6 +3,7 @@
 // in a private mount namespace.
 #include <orvik_utilities/system/IpInterfaceStatus.h>
 
+#include "support/ChildProcess.h"
 #include "support/MountNamespace.h"
 #include "support/NetworkNamespace.h"
 #include "support/VirtualSlot.h"
@@ -11,6 +12,7 @@
 
 #include <net/if.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -150,6 +152,26 @@ TEST_F(IpInterfaceStatusEnvTest, QueueLengthReachesTheKernelWithinIntRange) {
     EXPECT_FALSE(status.setTxQueueLen("wlan0", 0x80000000u));
     EXPECT_EQ(readFile("/sys/class/net/wlan0/tx_queue_len"), "77\n");
     EXPECT_FALSE(status.setTxQueueLen("ppp0", 10));
+}
+
+TEST_F(IpInterfaceStatusEnvTest, NoDescriptorLeftMeansNoAnswer) {
+    ASSERT_TRUE(net->setUp("wlan0") && net->setUp("eth0")) << net->reason();
+    ASSERT_TRUE(net->addAddress("wlan0", "10.1.2.3/16")) << net->reason();
+    ASSERT_TRUE(ns->privateDir("/tmp/status/linkGroupManager/hotLink.0"));
+    ASSERT_TRUE(writeFile("/tmp/status/linkGroupManager/hotLink.0/name", ""));
+    ChildRun const run = runInChild([this] {
+        rlimit none = {0, 0};
+        setrlimit(RLIMIT_NOFILE, &none);
+        return std::to_string(status.isInterfaceAvailable("wlan0")) +
+               std::to_string(status.isInterfaceUp("wlan0")) +
+               std::to_string(status.isInterfaceLinkUp("wlan0")) +
+               std::to_string(status.setInterfaceUp("wlan0", 0)) +
+               std::to_string(status.getIpV4Address("wlan0")) +
+               std::to_string(status.setTxQueueLen("wlan0", 5)) +
+               std::to_string(status.haveNetworkConnectivity());
+    });
+    EXPECT_EQ(run.output, "0000000");
+    EXPECT_TRUE(status.isInterfaceUp("wlan0") && status.isInterfaceLinkUp("wlan0"));
 }
 
 TEST_F(IpInterfaceStatusEnvTest, ConnectivityIsThePresenceOfTheUplinkFile) {

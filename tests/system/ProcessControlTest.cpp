@@ -138,10 +138,10 @@ TEST_F(ProcessControlFakeProcEnvTest, ScanSkipsWhatIsNoProcessAndUpdatesKeepEntr
     EXPECT_EQ(table.getNumberOfProcessesByName(nullptr), 3);
     EXPECT_EQ(table.getNextProcessEntryByName("one", table.getProcessEntryByPid(7)), nullptr);
 
-    gone("7");
     gone("8");
+    gone("9");
     table.refresh(true);
-    EXPECT_EQ(dump(table), "9:nine #1") << "the kernel thread was never counted";
+    EXPECT_EQ(dump(table), "7:one #1") << "the kernel thread was never counted";
     // /proc refused: an update keeps the entries, not valid; a rebuild empties the table.
     ChildRun const run = runInChild([&table] {
         __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
@@ -156,11 +156,11 @@ TEST_F(ProcessControlFakeProcEnvTest, ScanSkipsWhatIsNoProcessAndUpdatesKeepEntr
         table.refresh(false);
         return updated + " | " + dump(table);
     });
-    EXPECT_EQ(run.output, "9:nine! #1 | #0");
-    gone("9");
+    EXPECT_EQ(run.output, "7:one! #1 | #0");
+    gone("7");
     table.refresh(true);
     EXPECT_EQ(dump(table), "#0");
-    process("7", "again\0"s);
+    process("9", "again\0"s);
     table.refresh(true);
     table.cleanup();
     EXPECT_EQ(dump(table), "#0");
