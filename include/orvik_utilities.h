@@ -19,6 +19,10 @@
 #include <orvik_utilities/containers/LinkedList.h>
 #include <orvik_utilities/containers/NumberBag.h>
 
+// configuration and parameters
+#include <orvik_utilities/config/ConfigReader.h>
+#include <orvik_utilities/config/ParamList.h>
+
 // IP addressing
 #include <orvik_utilities/net/IpAddress.h>
 

@@ -1,0 +1,66 @@
+// Reader of "tag=value" configuration files: loads a file once and answers lookups by tag,
+// as text or as an integer, with the caller's default for absent tags.
+#ifndef ORVIK_UTILITIES_CONFIG_CONFIG_READER_H
+#define ORVIK_UTILITIES_CONFIG_CONFIG_READER_H
+
+#include <orvik_utilities/export.h>
+#include <orvik_utilities/text/String.h>
+
+class INStringHashTable;
+
+/// File format: lines are read in pieces of at most 1022 bytes (a longer line gives several
+/// pieces, each read as a line of its own). A piece starting with '#' is a comment; one
+/// without '=' is skipped. The tag is what stands before the first '=' with every byte of
+/// code 0 to 32 removed; the value is the rest with such bytes trimmed at both ends (inside
+/// it they stay, NUL included). No quoting; tags compare byte for byte; the first entry of
+/// a tag wins and each later one is reported on standard output with
+/// "cfg: Ignoring duplicate tag:%s=%s\n".
+///
+/// Before the first initialize and after cleanup there is no table: lookups answer their
+/// default and add refuses (returns false), since only initialize knows the table size.
+class ORVIK_API ConfigReader {
+public:
+    ConfigReader();
+    virtual ~ConfigReader();
+    ConfigReader(ConfigReader const&) = delete;
+    ConfigReader& operator=(ConfigReader const&) = delete;
+
+    /// Drops everything loaded before (through the virtual cleanup), makes a new table of
+    /// tableSize (rounded to a power of two, at least 2) and reads the file to its end: true.
+    /// When the file cannot be opened or no table can be made, prints
+    /// "cfg: Error in config file <name>, line 0:\n" and "cfg:   \n" and returns false;
+    /// lookups then answer their defaults.
+    virtual bool initialize(String const& fileName, unsigned long tableSize);
+    /// Frees every value and the table: back to the constructed state.
+    virtual void cleanup();
+    /// The stored value (valid until the next initialize, cleanup or destruction), or
+    /// defaultValue itself.
+    virtual String const& getValue(String const& tag, String const& defaultValue) const;
+    /// "on" / "off" in any case give 1 / 0, any other value valueOf32 of its text; an
+    /// absent tag gives defaultValue.
+    virtual long getValueAsInt(String const& tag, long defaultValue) const;
+    /// The tag is tagFormat formatted with index. tagFormat must hold exactly one integer
+    /// conversion of d, i, u, o, x or X (flags, width and precision allowed, no '*', length
+    /// "l", "h" or none) besides "%%"; any other format is not formatted at all and answers
+    /// the default.
+    virtual String const& getIndexedValue(String const& tagFormat, unsigned long index,
+                                          String const& defaultValue) const;
+    virtual long getIndexedValueAsInt(String const& tagFormat, unsigned long index,
+                                      long defaultValue) const;
+
+    /// Stores a copy of value under tag. False when the tag is present (reported, the first
+    /// value stays), when there is no table, or when memory runs out.
+    bool add(String const& tag, String const& value);
+    /// Skips the leading spaces (' ' only) of src, then copies its first len characters
+    /// without trailing spaces into dst and terminates it: true. False, dst untouched, when
+    /// len >= dstSize, len is negative, fewer than len characters follow the spaces, or a
+    /// pointer is null.
+    bool strcpystrip(char* dst, int dstSize, char* src, int len);
+    /// The position of the first c in str; -1 when there is none, for NUL, for a null str.
+    int indexof(char* str, char c);
+
+private:
+    INStringHashTable* table;
+};
+
+#endif
