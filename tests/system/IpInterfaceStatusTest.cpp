@@ -154,22 +154,27 @@ TEST_F(IpInterfaceStatusEnvTest, QueueLengthReachesTheKernelWithinIntRange) {
     EXPECT_FALSE(status.setTxQueueLen("ppp0", 10));
 }
 
+// The sanitizers' type check on a virtual call wants a pipe of its own, so it is left out
+// where no descriptor can be had.
+__attribute__((no_sanitize("vptr"))) std::string
+answersWithoutDescriptors(IpInterfaceStatus& status) {
+    rlimit none = {0, 0};
+    setrlimit(RLIMIT_NOFILE, &none);
+    return std::to_string(status.isInterfaceAvailable("wlan0")) +
+           std::to_string(status.isInterfaceUp("wlan0")) +
+           std::to_string(status.isInterfaceLinkUp("wlan0")) +
+           std::to_string(status.setInterfaceUp("wlan0", 0)) +
+           std::to_string(status.getIpV4Address("wlan0")) +
+           std::to_string(status.setTxQueueLen("wlan0", 5)) +
+           std::to_string(status.haveNetworkConnectivity());
+}
+
 TEST_F(IpInterfaceStatusEnvTest, NoDescriptorLeftMeansNoAnswer) {
     ASSERT_TRUE(net->setUp("wlan0") && net->setUp("eth0")) << net->reason();
     ASSERT_TRUE(net->addAddress("wlan0", "10.1.2.3/16")) << net->reason();
     ASSERT_TRUE(ns->privateDir("/tmp/status/linkGroupManager/hotLink.0"));
     ASSERT_TRUE(writeFile("/tmp/status/linkGroupManager/hotLink.0/name", ""));
-    ChildRun const run = runInChild([this] {
-        rlimit none = {0, 0};
-        setrlimit(RLIMIT_NOFILE, &none);
-        return std::to_string(status.isInterfaceAvailable("wlan0")) +
-               std::to_string(status.isInterfaceUp("wlan0")) +
-               std::to_string(status.isInterfaceLinkUp("wlan0")) +
-               std::to_string(status.setInterfaceUp("wlan0", 0)) +
-               std::to_string(status.getIpV4Address("wlan0")) +
-               std::to_string(status.setTxQueueLen("wlan0", 5)) +
-               std::to_string(status.haveNetworkConnectivity());
-    });
+    ChildRun const run = runInChild([this] { return answersWithoutDescriptors(status); });
     EXPECT_EQ(run.output, "0000000");
     EXPECT_TRUE(status.isInterfaceUp("wlan0") && status.isInterfaceLinkUp("wlan0"));
 }
