@@ -125,6 +125,8 @@ TEST_F(IpInterfaceStatusEnvTest, CarrierFollowsThePeerAndIsAbsentWhenUnreadable)
 }
 
 TEST_F(IpInterfaceStatusEnvTest, AddressAndMaskReadBackBothWays) {
+    int const lowestFree = dup(0);
+    close(lowestFree);
     EXPECT_EQ(status.getIpV4Address("wlan0"), 0u) << "no address yet";
     EXPECT_EQ(status.getIpV4Mask("wlan0"), 0u);
     ASSERT_TRUE(net->addAddress("eth0", "10.1.2.3/16")) << net->reason();
@@ -144,6 +146,9 @@ TEST_F(IpInterfaceStatusEnvTest, AddressAndMaskReadBackBothWays) {
     EXPECT_FALSE(status.setIpV4Address("ppp0", 0x0A000001));
     EXPECT_FALSE(status.setIpV4Mask("ppp0", 0xFF000000));
     EXPECT_EQ(status.getIpV4Address("ppp0"), 0u);
+    int const stillFree = dup(0);
+    close(stillFree);
+    EXPECT_EQ(stillFree, lowestFree) << "a descriptor was left open";
 }
 
 TEST_F(IpInterfaceStatusEnvTest, QueueLengthReachesTheKernelWithinIntRange) {
