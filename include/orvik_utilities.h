@@ -31,9 +31,12 @@
 #include <orvik_utilities/net/RawPing.h>
 
 // device and process status
+#include <orvik_utilities/system/IpInterfaceStatus.h>
 #include <orvik_utilities/system/KelvoInformation.h>
 #include <orvik_utilities/system/LedControl.h>
 #include <orvik_utilities/system/LogInit.h>
+#include <orvik_utilities/system/ProcessControl.h>
+#include <orvik_utilities/system/ProcessEntry.h>
 #include <orvik_utilities/system/Watchdog.h>
 
 // hashing and message authentication
