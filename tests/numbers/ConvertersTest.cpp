@@ -105,7 +105,7 @@ TEST(ConvertersTest, DottedAddressesConvertInTheirDeliberateByteOrders) {
     Row const rows[] = {
         {"192.168.1.1", 0, 0xc0a80101}, {" 1. +2.3.4 and more", 0, 0x01020304},
         {"1.2.3.256", 0, 0x01020400},   {"-1.0.0.0", 0, 0xFF000000},
-        {"0.0.0.-4294967295", 0, 1},    {"0.0.0.4294967296", 0, 0xFFFFFFFF},
+        {"0.0.0.-4294967295", 0, 1},    {"0.0.0.4294967296", 0, 0xFFFFFFFF}, {"0.0.0.-4294967296", 0, 0xFFFFFFFF},
         {"0.0.0.99999999999999999999", 0, 0xFFFFFFFF},
         {"192.168.1", -1, 7}, {"1 .2.3.4", -1, 7}, {"1.2.3.x", -1, 7}, {"", -1, 7}};
     // clang-format on
@@ -122,6 +122,8 @@ TEST(ConvertersTest, DottedAddressesConvertInTheirDeliberateByteOrders) {
     EXPECT_EQ(std::string(out, 17), std::string("255.255.255.255") + '\0' + '#');
     convIPUL2IPStr(0x0A000900u, out);
     EXPECT_STREQ(out, "0.9.0.10");
+    convIPUL2IPStr(0x64636463u, out);
+    EXPECT_STREQ(out, "99.100.99.100");
 }
 
 } // namespace
