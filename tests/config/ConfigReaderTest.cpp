@@ -1,5 +1,5 @@
-// ConfigReader over real files written by each test into its own temporary directory, with
-// standard output captured to compare the "cfg: " lines byte for byte.
+// ConfigReader over random files read against a model of the format, with standard output
+// captured to compare the "cfg: " lines byte for byte.
 #include <orvik_utilities/config/ConfigReader.h>
 #include <orvik_utilities/numbers/IntegerText.h>
 
@@ -9,291 +9,171 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <fstream>
-#include <sstream>
+#include <map>
+#include <random>
 #include <string>
 
 namespace {
 
-// A directory under /tmp, removed with its files when the test ends, however it ends.
-class TempDir {
-public:
-    TempDir() {
-        char pattern[] = "/tmp/orvik-config-XXXXXX";
-        char const* made = mkdtemp(pattern);
-        path = made ? made : "";
+using Model = std::map<std::string, std::string>;
+using testing::internal::CaptureStdout;
+using testing::internal::GetCapturedStdout;
+
+// Each test writes its file to a path of its own, removed however the test ends.
+class ConfigReaderTest : public testing::Test {
+protected:
+    String write(std::string const& content) const {
+        std::ofstream(path, std::ios::binary) << content;
+        return String(path.c_str());
     }
-    ~TempDir() {
-        if (!path.empty())
-            std::system(("rm -rf '" + path + "'").c_str());
-    }
-    String write(char const* name, std::string const& content) const {
-        std::string const file = path + "/" + name;
-        std::ofstream(file, std::ios::binary) << content;
-        return String(file.c_str());
-    }
-    std::string path;
+    void TearDown() override { std::remove(path.c_str()); }
+    std::string const path = "/tmp/orvik-config-" + std::to_string(getpid()) + ".cfg";
 };
 
-// Standard output of a scope, taken from file descriptor 1 itself.
-class StdoutCapture {
-public:
-    StdoutCapture() {
-        std::fflush(stdout);
-        saved = dup(1);
-        sink = std::tmpfile();
-        dup2(fileno(sink), 1);
-    }
-    ~StdoutCapture() { text(); }
-    std::string text() {
-        if (saved >= 0) {
-            std::fflush(stdout);
-            dup2(saved, 1);
-            close(saved);
-            saved = -1;
-            std::rewind(sink);
-            int c;
-            while ((c = std::fgetc(sink)) != EOF)
-                captured += char(c);
-            std::fclose(sink);
-        }
-        return captured;
-    }
-
-private:
-    int saved = -1;
-    std::FILE* sink = nullptr;
-    std::string captured;
-};
-
-std::string get(ConfigReader const& reader, char const* tag) {
+std::string get(ConfigReader const& reader, std::string const& tag) {
     String const absent("<absent>");
-    String const& v = reader.getValue(String(tag), absent);
+    String const& v = reader.getValue(String(tag.c_str()), absent);
     return std::string(v.buffer(), std::size_t(v.length()));
 }
 
-TEST(ConfigReaderTest, ReadsTheFileFormat) {
-    TempDir dir;
-    String const file = dir.write("a.cfg",
-                                  "  key = some value  \n"
-                                  "eq=a=b\n"
-                                  "empty=\n"
-                                  "=x\n"
-                                  "#hash=1\n"
-                                  " #hash=2\n"
-                                  "s p a c e d=3\n"
-                                  "\t\ttabbed=4\n"
-                                  "crlf=5\r\n"
-                                  "quoted=\"a b\" # not a comment \\\n"
-                                  "no equals here\n"
-                                  "\n"
-                                  "Case=upper\n"
-                                  "last=9");
-    ConfigReader reader;
-    StdoutCapture out;
-    ASSERT_TRUE(reader.initialize(file, 16));
-    EXPECT_EQ(out.text(), "");
-    EXPECT_EQ(get(reader, "key"), "some value");
-    EXPECT_EQ(get(reader, "eq"), "a=b");
-    EXPECT_EQ(get(reader, "empty"), "");
-    EXPECT_EQ(get(reader, ""), "x");
-    EXPECT_EQ(get(reader, "#hash"), "2");
-    EXPECT_EQ(get(reader, "hash"), "<absent>");
-    EXPECT_EQ(get(reader, "key "), "<absent>");
-    EXPECT_EQ(get(reader, "spaced"), "3");
-    EXPECT_EQ(get(reader, "key"), "some value");
-    EXPECT_EQ(get(reader, "tabbed"), "4");
-    EXPECT_EQ(get(reader, "crlf"), "5");
-    EXPECT_EQ(get(reader, "quoted"), "\"a b\" # not a comment \\");
-    EXPECT_EQ(get(reader, "Case"), "upper");
-    EXPECT_EQ(get(reader, "case"), "<absent>");
-    EXPECT_EQ(get(reader, "noequalshere"), "<absent>");
-    EXPECT_EQ(get(reader, "last"), "9");
-    String const fallback("fallback");
-    EXPECT_EQ(&reader.getValue(String("missing"), fallback), &fallback);
+// What a load makes of a file: pieces of at most 1022 bytes, each ending after a '\n';
+// outside comments the tag before the first '=' loses every byte up to ' ', the value those
+// at both ends; the first of equal tags stays and later ones are reported.
+std::string load(std::string const& f, Model& m) {
+    std::string out;
+    for (std::size_t at = 0, next; at < f.size(); at = next) {
+        next = std::min(std::min(f.find('\n', at), f.size() - 1) + 1, at + 1022);
+        std::string const piece = f.substr(at, next - at);
+        std::size_t const eq = piece.find('=');
+        if (piece[0] == '#' || eq == std::string::npos)
+            continue;
+        std::string tag;
+        for (char c : piece.substr(0, eq))
+            tag += (c & 0xFF) > 32 ? std::string(1, c) : "";
+        std::size_t b = eq + 1, e = piece.size();
+        while (b < e && (piece[b] & 0xFF) <= 32)
+            ++b;
+        while (e > b && (piece[e - 1] & 0xFF) <= 32)
+            --e;
+        std::string const value = piece.substr(b, e - b);
+        if (!m.emplace(tag, value).second)
+            out += "cfg: Ignoring duplicate tag:" + tag + "=" + value.c_str() + "\n";
+    }
+    return out;
 }
 
-TEST(ConfigReaderTest, FirstEntryWinsAndLaterOnesAreReported) {
-    TempDir dir;
-    ConfigReader reader;
-    StdoutCapture out;
-    ASSERT_TRUE(reader.initialize(dir.write("d.cfg", "a=1\nb=x\na = 2 \n a=3\n"), 4));
-    EXPECT_TRUE(reader.add(String("new"), String("v")));
-    EXPECT_FALSE(reader.add(String("b"), String("y z")));
-    EXPECT_EQ(out.text(), "cfg: Ignoring duplicate tag:a=2\n"
-                          "cfg: Ignoring duplicate tag:a=3\n"
-                          "cfg: Ignoring duplicate tag:b=y z\n");
-    EXPECT_EQ(get(reader, "a"), "1");
-    EXPECT_EQ(get(reader, "b"), "x");
-    EXPECT_EQ(get(reader, "new"), "v");
+long asInt(std::string const& value) {
+    std::string v = value.c_str();
+    std::transform(v.begin(), v.end(), v.begin(), [](char c) { return char(std::tolower(c & 0xFF)); });
+    return v == "on" ? 1 : v == "off" ? 0 : valueOf32(value.c_str());
 }
 
-// fgets with 1023 bytes reads at most 1022 characters: longer lines come in pieces, each a
-// line of its own, and a piece may start a comment or an entry.
-TEST(ConfigReaderTest, LongLinesAreReadInPiecesOf1022) {
-    std::string const a1014(1014, 'a');
-    std::string content = "long=" + std::string(1495, 'v') + "\n";    // 1501: two pieces
-    content += std::string(1022, 'x') + "#c=1\n";                     // "#c=1" is a comment
-    content += std::string(1022, 'y') + "t=2\n";                      // "t=2" an entry
-    content += "exact=" + std::string(1015, 'e') + "\n";              // 1022 with the line end
-    content += "over=" + std::string(1017, 'o') + "\nafter=3\n";     // "\n" alone is skipped
-    TempDir dir;
-    ConfigReader reader;
-    StdoutCapture out;
-    ASSERT_TRUE(reader.initialize(dir.write("l.cfg", content), 64));
-    EXPECT_EQ(get(reader, "long"), std::string(1017, 'v'));
-    EXPECT_EQ(get(reader, "c"), "<absent>");
-    EXPECT_EQ(get(reader, "t"), "2");
-    EXPECT_EQ(get(reader, "exact"), std::string(1015, 'e'));
-    EXPECT_EQ(get(reader, "over"), std::string(1017, 'o'));
-    EXPECT_EQ(get(reader, "after"), "3");
-    EXPECT_EQ(out.text(), "");
+// Random files of lines, comments, blanks, NUL bytes and lines past the 1022-byte pieces.
+TEST_F(ConfigReaderTest, RandomFilesLoadAsTheModelSays) {
+    std::mt19937 rng(5);
+    char const* const tokens[] = {"a", "b", "on", "OfF", "12", "FFh", "=", "=",
+                                  "#", " ", "\t", "\r", "\n", "\n", "\xff", "\x80"};
+    for (int round = 0; round < 300; ++round) {
+        std::string f;
+        for (auto n = rng() % 200; n > 0; --n)
+            f += rng() % 40 ? std::string(tokens[rng() % 16])
+                            : std::string(rng() % 2 ? 1 : 1000 + rng() % 50, "v\0"[rng() % 2]);
+        Model m;
+        std::string const expected = load(f, m);
+        ConfigReader reader;
+        CaptureStdout();
+        ASSERT_TRUE(reader.initialize(write(f), 1 + rng() % 16));
+        ASSERT_EQ(GetCapturedStdout(), expected);
+        for (auto const& [tag, value] : m) {
+            ASSERT_EQ(get(reader, tag), value);
+            ASSERT_EQ(reader.getValueAsInt(String(tag.c_str()), 42), asInt(value)) << tag;
+        }
+        long const a12 = m.count("a12") ? asInt(m["a12"]) : 42;
+        ASSERT_EQ(reader.getIndexedValueAsInt(String("a%lu"), 12, 42), a12);
+        std::string const probe = std::string(tokens[rng() % 2]) + tokens[2 + rng() % 4];
+        bool const known = m.count(probe) == 1;
+        String const fallback("fallback");
+        ASSERT_EQ(&reader.getValue(String(probe.c_str()), fallback) == &fallback, !known);
+        CaptureStdout();
+        ASSERT_EQ(reader.add(String(probe.c_str()), String("v w")), !known);
+        ASSERT_EQ(GetCapturedStdout(), known ? "cfg: Ignoring duplicate tag:" + probe + "=v w\n" : "");
+        ASSERT_EQ(get(reader, probe), known ? m[probe] : "v w");
+    }
 }
 
-TEST(ConfigReaderTest, BinaryBytesAreDataAndNulIsWhiteSpace) {
-    char const bytes[] = "ta\0g=1\nv=\0a\0b\0\nhi\xff\x80=\x01\xfe\x7f\n";
-    std::string const content(bytes, sizeof bytes - 1);
-    TempDir dir;
+// Patterns that do not hold exactly one integer conversion are never formatted.
+TEST_F(ConfigReaderTest, IndexedTagsTakeOneIntegerConversion) {
     ConfigReader reader;
-    ASSERT_TRUE(reader.initialize(dir.write("b.cfg", content), 8));
-    EXPECT_EQ(get(reader, "tag"), "1");
-    EXPECT_EQ(get(reader, "v"), std::string("a\0b", 3));
-    EXPECT_EQ(get(reader, "hi\xff\x80"), "\xfe\x7f");
-}
-
-TEST(ConfigReaderTest, MissingFileReportsLineZeroAndAnswersDefaults) {
-    ConfigReader reader;
-    StdoutCapture out;
-    EXPECT_FALSE(reader.initialize(String("/nonexistent/orvik.cfg"), 8));
-    EXPECT_EQ(out.text(), "cfg: Error in config file /nonexistent/orvik.cfg, line 0:\n"
-                          "cfg:   \n");
-    EXPECT_EQ(get(reader, "a"), "<absent>");
-    EXPECT_EQ(reader.getValueAsInt(String("a"), -5), -5);
-    // The table stays: a caller may still add entries.
-    EXPECT_TRUE(reader.add(String("a"), String("1")));
-}
-
-TEST(ConfigReaderTest, IntegersOnOffAndIndexedTags) {
-    TempDir dir;
-    ConfigReader reader;
-    ASSERT_TRUE(reader.initialize(
-        dir.write("i.cfg", "a=ON\nb=On\nc=on\nd=OFF\ne=off\nf=12\ng=-7\nh=FFh\ni=onx\n"
-                           "route3=-1\nroute4=oFf\nif2_name=eth0\nx%3=pct\nr7=0x\nn007=p\n"),
-        2));
-    char const* tags[] = {"a", "b", "c", "d", "e", "f", "g", "h", "i", "zz"};
-    long const values[] = {1, 1, 1, 0, 0, 12, -7, 255, valueOf32("onx"), 42};
-    for (std::size_t k = 0; k < std::size(tags); ++k)
-        EXPECT_EQ(reader.getValueAsInt(String(tags[k]), 42), values[k]) << tags[k];
-    EXPECT_EQ(reader.getIndexedValueAsInt(String("route%lu"), 3, 5), -1);
-    EXPECT_EQ(reader.getIndexedValueAsInt(String("route%lu"), 4, 5), 0);
-    EXPECT_EQ(reader.getIndexedValueAsInt(String("route%lu"), 5, 5), 5);
-    EXPECT_EQ(reader.getIndexedValueAsInt(String("r%x"), 7, 5), 0);
-    String const none("none");
+    ASSERT_TRUE(reader.initialize(write("if2_name=eth0\nx%3=pct\nn007=p\nr7=0x\n"), 2));
     auto indexed = [&](char const* pattern, unsigned long index) {
-        String const& v = reader.getIndexedValue(String(pattern), index, none);
-        return std::string(v.buffer());
+        return std::string(reader.getIndexedValue(String(pattern), index, String("-")).buffer());
     };
-    EXPECT_EQ(indexed("if%lu_name", 2), "eth0");
-    EXPECT_EQ(indexed("if%u_name", 2), "eth0");
-    EXPECT_EQ(indexed("x%%%d", 3), "pct");
-    EXPECT_EQ(indexed("if%lu_name", 3), "none");
-    EXPECT_EQ(indexed("n%.03lu", 7), "p");
-    // Patterns that do not hold exactly one integer conversion are never formatted.
+    EXPECT_EQ(indexed("if%lu_name", 2) + indexed("if%u_name", 2) + indexed("x%%%d", 3) +
+                  indexed("n%.03lu", 7) + indexed("if%lu_name", 3),
+              "eth0eth0pctp-");
     for (char const* bad : {"if%s_name", "if%lu%lu", "if%*d", "if2_name", "if%n", "if%llu_name",
                             "if%", "if%2$d"})
-        EXPECT_EQ(indexed(bad, 2), "none") << bad;
+        EXPECT_EQ(indexed(bad, 2), "-") << bad;
+    EXPECT_EQ(reader.getIndexedValueAsInt(String("r%x"), 7, 5), 0);
 }
 
-TEST(ConfigReaderTest, InitializeStartsAfreshAndLookupsWithoutTableAnswerDefaults) {
-    struct Counting : ConfigReader {
-        int cleanups = 0;
-        void cleanup() override {
-            ++cleanups;
-            ConfigReader::cleanup();
-        }
-    };
-    TempDir dir;
-    Counting reader;
+TEST_F(ConfigReaderTest, WithoutATableEverythingAnswersTheDefault) {
+    ConfigReader reader;
     EXPECT_EQ(get(reader, "a"), "<absent>");
     EXPECT_EQ(reader.getIndexedValueAsInt(String("a%d"), 1, 3), 3);
     EXPECT_FALSE(reader.add(String("a"), String("1")));
-    ASSERT_TRUE(reader.initialize(dir.write("1.cfg", "a1=x\nshared=1\n"), 8));
-    EXPECT_EQ(reader.cleanups, 1);
-    ASSERT_TRUE(reader.initialize(dir.write("2.cfg", "b1=y\nshared=2\n"), 8));
-    EXPECT_EQ(reader.cleanups, 2);
-    EXPECT_EQ(get(reader, "a1"), "<absent>");
-    EXPECT_EQ(get(reader, "b1"), "y");
-    EXPECT_EQ(get(reader, "shared"), "2");
+    ASSERT_TRUE(reader.initialize(write("a1=x\n"), 8));
+    ASSERT_TRUE(reader.initialize(write("b1=7\n"), 8));
+    EXPECT_EQ(get(reader, "a1") + get(reader, "b1"), "<absent>7");
+    CaptureStdout();
+    EXPECT_FALSE(reader.initialize(String("/nonexistent/orvik.cfg"), 8));
+    EXPECT_EQ(GetCapturedStdout(), "cfg: Error in config file /nonexistent/orvik.cfg, line 0:\n"
+                                   "cfg:   \n");
+    EXPECT_EQ(reader.getValueAsInt(String("b1"), -5), -5);
+    EXPECT_TRUE(reader.add(String("a"), String("1"))); // the table stays for the caller
     reader.cleanup();
     reader.cleanup();
-    EXPECT_EQ(get(reader, "b1"), "<absent>");
-    EXPECT_EQ(reader.getValueAsInt(String("shared"), 7), 7);
-}
-
-TEST(ConfigReaderTest, ManyEntriesInASmallTable) {
-    std::ostringstream content;
-    for (int i = 0; i < 10000; ++i)
-        content << "tag" << i << " = " << i * 7 << "\n";
-    TempDir dir;
-    ConfigReader reader;
-    ASSERT_TRUE(reader.initialize(dir.write("m.cfg", content.str()), 100));
-    for (unsigned long i = 0; i < 10000; ++i)
-        ASSERT_EQ(reader.getIndexedValueAsInt(String("tag%lu"), i, -1), long(i * 7)) << i;
+    EXPECT_EQ(get(reader, "a"), "<absent>");
 }
 
 // Every allocation of a load can fail: the reader keeps what it could store, and loses or
 // leaks nothing else (the sanitizer build checks the leaks).
-TEST(ConfigReaderTest, AllocationFailuresDropEntriesCleanly) {
-    TempDir dir;
-    String const file = dir.write("f.cfg", "a=1\nb=22\nc=333\n");
+TEST_F(ConfigReaderTest, AllocationFailuresDropEntriesCleanly) {
+    String const file = write("a=1\nb=22\nc=333\n");
     int injected = orvik_test::sweepAllocationFailures([&](auto& fault, bool& hit) {
         ConfigReader reader;
         String const d("d"), four("4");
-        StdoutCapture out;
+        CaptureStdout();
         fault.arm();
         reader.initialize(file, 4);
         bool const added = reader.add(d, four);
         hit = fault.disarm();
-        out.text();
+        GetCapturedStdout();
         EXPECT_EQ(added, get(reader, "d") == "4");
-        for (auto const& [tag, value] : {std::pair<char const*, char const*>{"a", "1"},
-                                         {"b", "22"}, {"c", "333"}, {"d", "4"}}) {
-            std::string const v = get(reader, tag);
-            EXPECT_TRUE(v == "<absent>" || v == value) << tag << " " << v;
-        }
+        for (auto const& [tag, value] : Model{{"a", "1"}, {"b", "22"}, {"c", "333"}, {"d", "4"}})
+            EXPECT_TRUE(get(reader, tag) == "<absent>" || get(reader, tag) == value) << tag;
     });
     EXPECT_GT(injected, 4);
 }
 
-TEST(ConfigReaderTest, StrcpystripAndIndexof) {
+TEST(ConfigReaderHelpers, StrcpystripAndIndexof) {
     ConfigReader reader;
-    char src[] = "  ab  ";
-    char dst[16] = "unchanged";
-    EXPECT_TRUE(reader.strcpystrip(dst, 16, src, 4));
-    EXPECT_STREQ(dst, "ab");
-    EXPECT_TRUE(reader.strcpystrip(dst, 16, src, 3));
-    EXPECT_STREQ(dst, "ab");
-    EXPECT_TRUE(reader.strcpystrip(dst, 16, src, 0));
-    EXPECT_STREQ(dst, "");
-    std::strcpy(dst, "unchanged");
-    EXPECT_FALSE(reader.strcpystrip(dst, 4, src, 4));  // len == dstSize
-    EXPECT_FALSE(reader.strcpystrip(dst, 16, src, 5)); // only four after the spaces
-    EXPECT_FALSE(reader.strcpystrip(dst, 16, src, -1));
-    EXPECT_FALSE(reader.strcpystrip(nullptr, 16, src, 1));
+    char src[] = "  ab  ", tab[] = "\tx ", text[] = "a=b=c", dst[16] = "unchanged";
+    // Refused: len == dstSize, fewer than len bytes after the spaces, a negative len, no dst.
+    EXPECT_FALSE(reader.strcpystrip(dst, 4, src, 4) || reader.strcpystrip(dst, 16, src, 5) ||
+                 reader.strcpystrip(dst, 16, src, -1) || reader.strcpystrip(nullptr, 16, src, 1));
     EXPECT_STREQ(dst, "unchanged");
-    char tab[] = "\tx ";
-    EXPECT_TRUE(reader.strcpystrip(dst, 5, tab, 3));
-    EXPECT_STREQ(dst, "\tx");
-    char text[] = "a=b=c";
-    EXPECT_EQ(reader.indexof(text, '='), 1);
-    EXPECT_EQ(reader.indexof(text, 'a'), 0);
-    EXPECT_EQ(reader.indexof(text, 'c'), 4);
-    EXPECT_EQ(reader.indexof(text, 'x'), -1);
-    EXPECT_EQ(reader.indexof(text, '\0'), -1);
-    EXPECT_EQ(reader.indexof(nullptr, 'a'), -1);
+    for (int len : {4, 3, 0})
+        EXPECT_TRUE(reader.strcpystrip(dst, 16, src, len) && dst == std::string(len ? "ab" : ""));
+    EXPECT_TRUE(reader.strcpystrip(dst, 5, tab, 3) && dst == std::string("\tx"));
+    EXPECT_EQ(std::to_string(reader.indexof(text, '=')) + std::to_string(reader.indexof(text, 'a')) +
+                  std::to_string(reader.indexof(text, 'c')) + std::to_string(reader.indexof(text, 'x')) +
+                  std::to_string(reader.indexof(text, '\0')) + std::to_string(reader.indexof(nullptr, 'a')),
+              "104-1-1-1");
 }
 
 } // namespace
