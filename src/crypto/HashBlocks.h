@@ -1,10 +1,12 @@
-// What MD5 and SHA-1 share: the 64-bit bit count, the 64-byte block buffer, byte-order
-// helpers and a wipe the compiler cannot drop.
+// What MD5 and SHA-1 share: the 64-bit bit count, the 64-byte block buffer and a wipe
+// the compiler cannot drop.
 #ifndef ORVIK_UTILITIES_CRYPTO_HASH_BLOCKS_H
 #define ORVIK_UTILITIES_CRYPTO_HASH_BLOCKS_H
 
 #include <cstdint>
 #include <cstring>
+
+#include "internal/ByteOrder.h"
 
 class HashContext;
 
@@ -12,31 +14,6 @@ namespace orvik {
 namespace detail {
 
 constexpr uint32_t kHashBlockLength = 64;
-
-// Words are assembled from bytes: blocks come straight from the caller's memory at any
-// alignment, and ARMv5 faults on unaligned word loads. Compilers for hosts that allow
-// them turn these into single loads.
-inline uint32_t loadLittleEndian(unsigned char const* p) {
-    return uint32_t{p[0]} | uint32_t{p[1]} << 8 | uint32_t{p[2]} << 16 | uint32_t{p[3]} << 24;
-}
-
-inline uint32_t loadBigEndian(unsigned char const* p) {
-    return uint32_t{p[0]} << 24 | uint32_t{p[1]} << 16 | uint32_t{p[2]} << 8 | uint32_t{p[3]};
-}
-
-inline void storeLittleEndian(unsigned char* p, uint32_t value) {
-    p[0] = static_cast<unsigned char>(value);
-    p[1] = static_cast<unsigned char>(value >> 8);
-    p[2] = static_cast<unsigned char>(value >> 16);
-    p[3] = static_cast<unsigned char>(value >> 24);
-}
-
-inline void storeBigEndian(unsigned char* p, uint32_t value) {
-    p[0] = static_cast<unsigned char>(value >> 24);
-    p[1] = static_cast<unsigned char>(value >> 16);
-    p[2] = static_cast<unsigned char>(value >> 8);
-    p[3] = static_cast<unsigned char>(value);
-}
 
 // The returned-length rule of both hashes: a request from 1 to the complete length is
 // kept, 0 or anything larger means the complete length.
