@@ -3,6 +3,8 @@
 #ifndef ORVIK_UTILITIES_CONFIG_CONFIG_READER_H
 #define ORVIK_UTILITIES_CONFIG_CONFIG_READER_H
 
+/// @file
+
 #include <orvik_utilities/export.h>
 #include <orvik_utilities/text/String.h>
 
@@ -34,17 +36,30 @@ public:
     /// Frees every value and the table: back to the constructed state.
     virtual void cleanup();
     /// The stored value (valid until the next initialize, cleanup or destruction), or
-    /// defaultValue itself.
-    virtual String const& getValue(String const& tag, String const& defaultValue) const;
-    /// "on" / "off" in any case give 1 / 0, any other value valueOf32 of its text; an
-    /// absent tag gives defaultValue.
+    /// defaultValue itself: the result may be a reference to the argument, so a temporary
+    /// default (a string literal) dies at the end of the statement. Keep the result in a
+    /// String (a copy shares the buffer), never in a reference, unless the default outlives
+    /// it; clang warns through the lifetime attribute, GCC 13 and later with
+    /// -Wdangling-reference.
+    virtual String const& getValue(String const& tag,
+                                   String const& defaultValue ORVIK_LIFETIMEBOUND) const;
+    /// The stored value as a number, or defaultValue when the tag is absent. "on" and "off"
+    /// in any case give 1 and 0; any other text is read by valueOf32(), which never refuses:
+    /// the radix is a trailing lowercase letter ("5dch" and "5dcx" are hexadecimal 1500,
+    /// "101b" binary, "17o" octal, no letter decimal), a "0x" prefix is not understood
+    /// ("0x10" gives 7210) and every other character counts as a digit by its code ("1500
+    /// bytes" gives 149898033). To refuse such values, read the text with getValue() and
+    /// check it with validRangeValueOf32() (canonical decimal only) before using it.
     virtual long getValueAsInt(String const& tag, long defaultValue) const;
     /// The tag is tagFormat formatted with index. tagFormat must hold exactly one integer
     /// conversion of d, i, u, o, x or X (flags, width and precision allowed, no '*', length
     /// "l", "h" or none) besides "%%"; any other format is not formatted at all and answers
     /// the default.
+    ///
+    /// Like getValue(), the result may be defaultValue itself: keep it in a String.
     virtual String const& getIndexedValue(String const& tagFormat, unsigned long index,
-                                          String const& defaultValue) const;
+                                          String const& defaultValue ORVIK_LIFETIMEBOUND) const;
+    /// getValueAsInt() of the tag formed as in getIndexedValue(): the same number rules.
     virtual long getIndexedValueAsInt(String const& tagFormat, unsigned long index,
                                       long defaultValue) const;
 
@@ -56,8 +71,18 @@ public:
     /// len >= dstSize, len is negative, fewer than len characters follow the spaces, or a
     /// pointer is null.
     bool strcpystrip(char* dst, int dstSize, char* src, int len);
+    /// The same for read-only source text: src is only read.
+    template <typename Text, typename = orvik::detail::IfReadOnly<Text, char>>
+    bool strcpystrip(char* dst, int dstSize, Text src, int len) {
+        return strcpystrip(dst, dstSize, const_cast<char*>(src), len);
+    }
     /// The position of the first c in str; -1 when there is none, for NUL, for a null str.
     int indexof(char* str, char c);
+    /// The same for read-only text: str is only read.
+    template <typename Text, typename = orvik::detail::IfReadOnly<Text, char>>
+    int indexof(Text str, char c) {
+        return indexof(const_cast<char*>(str), c);
+    }
 
 private:
     INStringHashTable* table;

@@ -3,6 +3,8 @@
 #ifndef ORVIK_UTILITIES_NUMBERS_BASE64_H
 #define ORVIK_UTILITIES_NUMBERS_BASE64_H
 
+/// @file
+
 #include <orvik_utilities/export.h>
 #include <orvik_utilities/text/String.h>
 
@@ -30,6 +32,11 @@ public:
     /// place of the last characters. All 3 input bytes are read: the caller zeroes unused
     /// ones.
     static void encodeBlock(unsigned char* input, unsigned char* output, long validBytes);
+    /// The same for read-only input: input is only read.
+    template <typename Bytes, typename = orvik::detail::IfReadOnly<Bytes, unsigned char>>
+    static void encodeBlock(Bytes input, unsigned char* output, long validBytes) {
+        encodeBlock(const_cast<unsigned char*>(input), output, validBytes);
+    }
 
     /// Packs 4 six-bit values into 3 bytes.
     static void decodeBlock(unsigned char* input, unsigned char* output);

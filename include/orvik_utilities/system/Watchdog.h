@@ -2,6 +2,8 @@
 #ifndef ORVIK_UTILITIES_SYSTEM_WATCHDOG_H
 #define ORVIK_UTILITIES_SYSTEM_WATCHDOG_H
 
+/// @file
+
 #include <orvik_utilities/export.h>
 
 /// Makes the process's client socket (replacing and closing an earlier one) and binds it to
@@ -9,6 +11,12 @@
 /// bind failed, also for a null name or one above 88 characters (nothing is removed then),
 /// leaving a usable unbound socket; the negative socket() result, keeping any earlier socket.
 ORVIK_API int kx_watchdog_init(char* name);
+
+/// The same for a read-only name (a string literal): name is only read.
+template <typename Text, typename = orvik::detail::IfReadOnly<Text, char>>
+inline int kx_watchdog_init(Text name) {
+    return kx_watchdog_init(const_cast<char*>(name));
+}
 
 extern "C" {
 
