@@ -3,6 +3,8 @@
 #ifndef ORVIK_UTILITIES_CONFIG_PARAM_LIST_H
 #define ORVIK_UTILITIES_CONFIG_PARAM_LIST_H
 
+/// @file
+
 #include <orvik_utilities/containers/LinkedList.h>
 #include <orvik_utilities/export.h>
 #include <orvik_utilities/text/String.h>
@@ -15,16 +17,24 @@ public:
     /// One entry; a copy starts unlinked, assignment leaves the links alone.
     class ORVIK_API TagValuePair : public LinkedListElement<TagValuePair> {
     public:
+        /// Empty tag and value, unlinked.
         TagValuePair();
+        /// Same tag and value (shared buffers), unlinked.
         TagValuePair(TagValuePair const& other);
+        /// Drops the tag and value; the links are cleared, not unlinked.
         ~TagValuePair() override;
+        /// Copies tag and value; each pair keeps its place in its list.
         TagValuePair& operator=(TagValuePair const& other);
 
+        /// The tag, unescaped.
         String tag;
+        /// The value, unescaped.
         String value;
     };
 
+    /// An empty list.
     ParamList();
+    /// Deletes every entry.
     virtual ~ParamList();
     ParamList(ParamList const&) = delete;
 

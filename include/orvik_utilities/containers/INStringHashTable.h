@@ -2,6 +2,8 @@
 #ifndef ORVIK_UTILITIES_CONTAINERS_INSTRINGHASHTABLE_H
 #define ORVIK_UTILITIES_CONTAINERS_INSTRINGHASHTABLE_H
 
+/// @file
+
 #include <orvik_utilities/export.h>
 
 #include <cstdint>
@@ -36,8 +38,11 @@ public:
     /// The walks and counts of INUInt32HashTable: values bucket by bucket, each chain head
     /// to tail; passAllPointers' function may free the values but not change the table.
     unsigned long getFirstNPointers(unsigned long n, void** out) const;
+    /// Calls function once per value, in getFirstNPointers order; null is not called.
     void passAllPointers(void (*function)(void*)) const;
+    /// Number of nodes, duplicates included (walks the whole table).
     unsigned long getNumberOfKeys() const;
+    /// Length of the longest chain; 0 for an empty table.
     unsigned long getLongestChain() const;
 
 private:

@@ -2,6 +2,8 @@
 #ifndef ORVIK_UTILITIES_CONTAINERS_INUINT32HASHTABLE_H
 #define ORVIK_UTILITIES_CONTAINERS_INUINT32HASHTABLE_H
 
+/// @file
+
 #include <orvik_utilities/export.h>
 
 #include <cstdint>

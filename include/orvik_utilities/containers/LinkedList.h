@@ -2,6 +2,8 @@
 #ifndef ORVIK_UTILITIES_CONTAINERS_LINKEDLIST_H
 #define ORVIK_UTILITIES_CONTAINERS_LINKEDLIST_H
 
+/// @file
+
 #include <orvik_utilities/export.h>
 
 #include <cstdint>
@@ -13,10 +15,13 @@ template <typename T> class LinkedListManager;
 /// from its neighbours, so only its manager destroys a linked element.
 template <typename T> class ORVIK_API LinkedListElement {
 public:
+    /// An unlinked element.
     LinkedListElement() : next(nullptr), prev(nullptr) {}
+    /// An unlinked element: the copy gets none of the original's links.
     LinkedListElement(LinkedListElement const&) : next(nullptr), prev(nullptr) {}
     /// Assignment copies nothing of the links: each element keeps its place.
     LinkedListElement& operator=(LinkedListElement const&) { return *this; }
+    /// Clears the links only; the neighbours still point here (see the class).
     virtual ~LinkedListElement() {
         next = nullptr;
         prev = nullptr;
@@ -24,6 +29,7 @@ public:
 
     /// The following element; null at the end of the list and while unlinked.
     T* getNext() { return next; }
+    /// The following element, for a constant element.
     T* getNext() const { return next; }
     /// The preceding element; null at the front of the list and while unlinked.
     T* getPrev() { return prev; }
@@ -39,7 +45,9 @@ private:
 template <typename T> class ORVIK_API AbstractIterator {
 public:
     virtual ~AbstractIterator() {}
+    /// True while another element can be handed out (see each iterator for its exact rule).
     virtual bool hasNext() const = 0;
+    /// The next element, or null once exhausted.
     virtual T* next() = 0;
 };
 
@@ -73,14 +81,26 @@ public:
     }
 
 protected:
+    /// The element next() or prev() hands out next; null once exhausted.
     T* current;
 };
 
 /// Holds the ends of a list and owns its elements: clear() and the destructor delete each
 /// element through its virtual destructor, so elements are allocated one by one with new.
-/// A list only grows until it is cleared; single elements are never removed.
+/// A list only grows until it is cleared; single elements are never removed. Not copyable;
+/// one thread at a time, like every object of the library.
+///
+/// @code
+/// struct Route : LinkedListElement<Route> { int metric = 0; };
+/// LinkedListManager<Route> routes;
+/// routes.add(new (std::nothrow) Route);            // false for null: nothing to free
+/// LinkedListIterator<Route> it(routes.firstElmt());
+/// while (Route* r = it.next())
+///     use(r->metric);
+/// @endcode
 template <typename T> class ORVIK_API LinkedListManager {
 public:
+    /// An empty list.
     LinkedListManager() : first(nullptr), last(nullptr), count(0) {}
     LinkedListManager(LinkedListManager const&) = delete;
     LinkedListManager& operator=(LinkedListManager const&) = delete;
@@ -89,6 +109,7 @@ public:
 
     /// The first element; null for an empty list.
     T* firstElmt() { return first; }
+    /// The first element, for a constant list.
     T* firstElmt() const { return first; }
 
     /// Appends element, which must be unlinked (its links are not examined), and takes
@@ -151,7 +172,9 @@ public:
     }
 
 protected:
+    /// The first element; null for an empty list.
     T* first;
+    /// The last element; null for an empty list.
     T* last;
     /// Elements added and not yet deleted (32 bits on every host).
     uint32_t count;

@@ -2,6 +2,8 @@
 #ifndef ORVIK_UTILITIES_CONTAINERS_NUMBERBAG_H
 #define ORVIK_UTILITIES_CONTAINERS_NUMBERBAG_H
 
+/// @file
+
 #include <orvik_utilities/export.h>
 
 #include <cstdint>

@@ -2,6 +2,8 @@
 #ifndef ORVIK_UTILITIES_CRYPTO_HMAC_CONTEXT_H
 #define ORVIK_UTILITIES_CRYPTO_HMAC_CONTEXT_H
 
+/// @file
+
 #include <orvik_utilities/crypto/AuthenticationContext.h>
 #include <orvik_utilities/crypto/HashContext.h>
 #include <orvik_utilities/export.h>
@@ -27,6 +29,7 @@ public:
     void destroy() override;
     /// Starts the hash on the inner key block: 0, or the hash's non-zero initialize status.
     int reset() override;
+    /// Absorbs length bytes of the message; data may be null when length is 0.
     void hash(unsigned char const* data, unsigned long length) override;
     /// Writes min(returned, complete length) bytes of the code and leaves the hash
     /// finalised; writes nothing for a hash whose digest is longer than 64 bytes.

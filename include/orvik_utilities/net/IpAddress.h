@@ -3,6 +3,8 @@
 #ifndef ORVIK_UTILITIES_NET_IP_ADDRESS_H
 #define ORVIK_UTILITIES_NET_IP_ADDRESS_H
 
+/// @file
+
 #include <orvik_utilities/export.h>
 #include <orvik_utilities/text/String.h>
 
@@ -17,14 +19,27 @@
 /// Words cross the interface as unsigned long. Where that type is wider than 32 bits, an
 /// address or mask word is taken by its low 32 bits, as the device's 32-bit unsigned long
 /// would hold it; a prefix length is a count and is compared whole (so 2^32 + 8 is refused).
-/// Setters return 0 or -1 and change nothing when they fail.
+/// Setters return 0 or -1 and change nothing when they fail. The only process-wide state
+/// is EMPTY(); an object is used by one thread at a time.
+///
+/// @code
+/// IpAddress lan(String("192.168.1.1/24"));
+/// String text;
+/// if (!lan.isEmpty() && lan.contains(IpAddress(0xC0A80105ul, 0xFFFFFFFFul)))
+///     log(lan.getNetAddressAsString(text).buffer());   // "192.168.1.0"
+/// @endcode
 class ORVIK_API IpAddress {
 public:
+    /// The version field: none (empty), IPv4, or IPv6 (recognised, never set).
     enum { IP_VERSION_NONE = 0, IP_VERSION_4 = 1, IP_VERSION_6 = 2 };
 
+    /// 127.0.0.1.
     static const unsigned long ipv4Loopback = 0x7F000001;
+    /// 224.0.0.0.
     static const unsigned long ipv4McGrpUnspecified = 0xE0000000;
+    /// 224.0.0.1.
     static const unsigned long ipv4McGrpAllHosts = 0xE0000001;
+    /// 224.0.0.2.
     static const unsigned long ipv4McGrpAllRouters = 0xE0000002;
 
     /// Empty.
@@ -35,8 +50,11 @@ public:
     IpAddress(String const& text);
     /// setIpAddrAsString, then setNetMaskAsString; empty when either is refused.
     IpAddress(String const& addressText, String const& netMaskText);
+    /// Same version, address and mask.
     IpAddress(IpAddress const& other);
+    /// Nothing to free.
     ~IpAddress();
+    /// Takes version, address and mask.
     IpAddress& operator=(IpAddress const& other);
 
     /// Back to empty.
@@ -47,6 +65,7 @@ public:
     static IpAddress& EMPTY();
 
     // ---- text: "%lu.%lu.%lu.%lu", or "" unless IPv4; each returns its argument ----
+    /// The address.
     String& getIpAddrAsString(String& text) const;
     /// Four octets (0, or 1 to 255 without a leading zero), optionally "/" and a prefix
     /// length 0 to 32 (same digit rule), then the end of the text: no blanks, signs or
@@ -55,24 +74,32 @@ public:
     int setIpAddrAsString(String const& text);
     /// The network address, address AND mask.
     String& getNetAddressAsString(String& text) const;
+    /// The mask.
     String& getNetMaskAsString(String& text) const;
     /// Four octets and the end (no prefix form), a valid mask; makes the object IPv4
     /// (an empty one becomes 0.0.0.0 with this mask).
     int setNetMaskAsString(String const& text);
 
     // ---- 32-bit words: the getters read the IPv4 words whatever the version ----
+    /// Writes the address word to address and returns it.
     unsigned long& getV4IpAddrAsBinaryUInt32(unsigned long& address) const;
+    /// The address word.
     unsigned long getV4IpAddrAsBinaryUInt32() const;
     /// Makes the object IPv4; the mask stays. Always 0.
     int setV4IpAddrAsBinaryUInt32(unsigned long address);
+    /// Writes the network word (address AND mask) to netAddress and returns it.
     unsigned long& getV4NetAddrAsBinaryUInt32(unsigned long& netAddress) const;
+    /// The network word, address AND mask.
     unsigned long getV4NetAddrAsBinaryUInt32() const;
+    /// Writes the mask word to netMask and returns it.
     unsigned long& getV4NetMaskAsBinaryUInt32(unsigned long& netMask) const;
+    /// The mask word.
     unsigned long getV4NetMaskAsBinaryUInt32() const;
     /// A valid mask makes the object IPv4.
     int setV4NetMaskAsBinaryUInt32(unsigned long netMask);
     /// The leading ones of the mask; 0 unless IPv4.
     unsigned long& getNetMaskSize(unsigned long& size) const;
+    /// The leading ones of the mask; 0 unless IPv4.
     unsigned long getNetMaskSize() const;
     /// Mask of size leading ones (0 to 32), only on an IPv4 object.
     int setNetMaskSize(unsigned long size);
@@ -80,21 +107,30 @@ public:
     bool isMaskValid(unsigned long& size) const;
 
     // ---- IPv6: recognised as version 2 only; these never touch the storage ----
+    /// Writes nothing; returns bytes.
     unsigned char* getV6IpAddrAsBinaryString(unsigned char* bytes) const;
+    /// Writes nothing; returns bytes.
     unsigned char* getV6NetAddrAsBinaryString(unsigned char* bytes) const;
+    /// Writes nothing; returns bytes.
     unsigned char* getV6NetMaskAsBinaryString(unsigned char* bytes) const;
     /// Always -1.
     int setV6IpAddrAsBinaryString(unsigned char const* bytes);
+    /// Always -1.
     int setV6NetMaskAsBinaryString(unsigned char const* bytes);
     /// Always false.
     static bool s_isV6MaskValid(char const* mask, unsigned long const& size);
 
     // ---- classification: all false unless IPv4 (A address, M mask, H = A & ~M, N = A & M;
     // T = class A-C, A's top octet non-zero and a valid mask of 2 to 30 bits) ----
+    /// The top bit of A is 0 (0.0.0.0 to 127.255.255.255).
     bool isV4ClassA() const;
+    /// The top two bits of A are 10.
     bool isV4ClassB() const;
+    /// The top three bits of A are 110.
     bool isV4ClassC() const;
+    /// The top four bits of A are 1110 (multicast).
     bool isV4ClassD() const;
+    /// The top four bits of A are 1111.
     bool isV4ClassE() const;
     /// A below 224.0.0.0.
     bool isV4ClassABC() const;
@@ -150,6 +186,7 @@ private:
 
 /// Same version and all 16 bytes of address and of mask.
 ORVIK_API bool operator==(IpAddress const& left, IpAddress const& right);
+/// The negation of operator==.
 ORVIK_API bool operator!=(IpAddress const& left, IpAddress const& right);
 
 /// Leaves in out the IPv4 address of the highest-indexed interface that has one, scanning

@@ -3,6 +3,8 @@
 #ifndef ORVIK_UTILITIES_NET_PING_CLIENT_H
 #define ORVIK_UTILITIES_NET_PING_CLIENT_H
 
+/// @file
+
 #include <orvik_utilities/export.h>
 
 #include <cstdint>
@@ -42,8 +44,11 @@ public:
     virtual unsigned short checksum(unsigned short* data, int length) const;
 
 protected:
+    /// The exchange's raw socket; -1 when none is open.
     int socketFd;
+    /// The identifier of every request of this client.
     uint16_t echoId;
+    /// The sequence number of the last request sent.
     uint16_t echoSeq;
 };
 

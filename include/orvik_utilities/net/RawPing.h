@@ -3,6 +3,8 @@
 #ifndef ORVIK_UTILITIES_NET_RAW_PING_H
 #define ORVIK_UTILITIES_NET_RAW_PING_H
 
+/// @file
+
 #include <orvik_utilities/export.h>
 
 /// 1 when the matching echo reply arrived within five polls 0.5 s apart, else 0. device and

@@ -3,6 +3,8 @@
 #ifndef ORVIK_UTILITIES_NUMBERS_CONVERTERS_H
 #define ORVIK_UTILITIES_NUMBERS_CONVERTERS_H
 
+/// @file
+
 #include <orvik_utilities/export.h>
 
 #include <cstdint>

@@ -3,6 +3,8 @@
 #ifndef ORVIK_UTILITIES_NUMBERS_INTEGER_TEXT_H
 #define ORVIK_UTILITIES_NUMBERS_INTEGER_TEXT_H
 
+/// @file
+
 #include <orvik_utilities/export.h>
 
 #include <cstdint>
@@ -49,11 +51,13 @@ ORVIK_API uint16_t u_validValueOf16(int32_t* status, char const* text);
 /// A null status returns 0 at once without reading the text. The value is always returned.
 ORVIK_API int32_t validRangeValueOf32(int32_t* status, char const* text, int32_t minimum,
                                       int32_t maximum);
+/// As validRangeValueOf32 for validValueOf16, comparing as signed 16-bit.
 ORVIK_API int16_t validRangeValueOf16(int32_t* status, char const* text, int16_t minimum,
                                       int16_t maximum);
-/// Unsigned comparison.
+/// As validRangeValueOf32 for u_validValueOf32, comparing as unsigned.
 ORVIK_API uint32_t u_validRangeValueOf32(int32_t* status, char const* text, uint32_t minimum,
                                          uint32_t maximum);
+/// As u_validRangeValueOf32 for u_validValueOf16, comparing as unsigned 16-bit.
 ORVIK_API uint16_t u_validRangeValueOf16(int32_t* status, char const* text, uint16_t minimum,
                                          uint16_t maximum);
 }

@@ -3,6 +3,8 @@
 #ifndef ORVIK_UTILITIES_SYSTEM_IP_INTERFACE_STATUS_H
 #define ORVIK_UTILITIES_SYSTEM_IP_INTERFACE_STATUS_H
 
+/// @file
+
 #include <orvik_utilities/export.h>
 
 /// Holds nothing and caches nothing: every call is one short exchange with the kernel, so
@@ -21,7 +23,9 @@
 /// significant.
 class ORVIK_API IpInterfaceStatus {
 public:
+    /// Holds nothing.
     IpInterfaceStatus();
+    /// Virtual, for derived classes.
     virtual ~IpInterfaceStatus();
 
     /// True when some interface's name contains name (so "eth" matches eth0, "h0" too).
@@ -34,9 +38,13 @@ public:
     /// up == 1 adds the up and running flags, any other value clears both; the other flags
     /// are written back as read.
     virtual bool setInterfaceUp(char const* name, int up) const;
+    /// The interface's IPv4 address; 0 when it has none or the query fails.
     virtual unsigned int getIpV4Address(char const* name) const;
+    /// Sets the interface's IPv4 address (needs CAP_NET_ADMIN); true when the kernel took it.
     virtual bool setIpV4Address(char const* name, unsigned int address);
+    /// The interface's IPv4 mask; 0 when it has none or the query fails.
     virtual unsigned int getIpV4Mask(char const* name) const;
+    /// Sets the interface's IPv4 mask (needs CAP_NET_ADMIN); true when the kernel took it.
     virtual bool setIpV4Mask(char const* name, unsigned int mask);
     /// True exactly when "/tmp/status/linkGroupManager/hotLink.0/name" can be opened for
     /// reading; its content does not matter.

@@ -2,10 +2,13 @@
 #ifndef ORVIK_UTILITIES_SYSTEM_LED_CONTROL_H
 #define ORVIK_UTILITIES_SYSTEM_LED_CONTROL_H
 
+/// @file
+
 #include <orvik_utilities/export.h>
 
 #include <cstdint>
 
+/// The front-panel LEDs, by their number in the LED event file.
 enum LedName : int {
     LED_PWR = 0,
     LED_READY = 1,
@@ -20,12 +23,16 @@ enum LedName : int {
     LED_ONBRD = 10
 };
 
+/// What an LED shows: off, on, slow or fast blinking.
 enum LedState : int { LED_OFF = 0, LED_ON = 1, LED_SLOW = 2, LED_FAST = 3 };
 
-/// Stateless; the last reading shown per radio is shared by every object in the process.
+/// Stateless; the last reading shown per radio is shared by every object in the process
+/// (process-wide, unlocked: show readings from one thread).
 class ORVIK_API LedControl {
 public:
+    /// Holds nothing.
     LedControl();
+    /// Virtual, for derived classes.
     virtual ~LedControl();
 
     /// Writes "<led> <state>" to "/sys/devices/system/leds/leds0/event". 0 written; -1 led not

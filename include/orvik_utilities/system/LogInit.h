@@ -2,6 +2,8 @@
 #ifndef ORVIK_UTILITIES_SYSTEM_LOG_INIT_H
 #define ORVIK_UTILITIES_SYSTEM_LOG_INIT_H
 
+/// @file
+
 #include <orvik_utilities/export.h>
 
 extern "C" {

@@ -2,11 +2,26 @@
 #ifndef ORVIK_UTILITIES_SYSTEM_PROCESS_CONTROL_H
 #define ORVIK_UTILITIES_SYSTEM_PROCESS_CONTROL_H
 
+/// @file
+
 #include <orvik_utilities/export.h>
 #include <orvik_utilities/system/ProcessEntry.h>
 
 /// The table is a singly linked chain of entries in the order the scan of /proc met the
-/// processes (an updating refresh appends new ones). It owns its entries; those handed out
+/// processes (an updating refresh appends new ones).
+///
+/// Name matching: getNextProcessEntryByName and getNumberOfProcessesByName compare the
+/// beginning of the whole command line, so "dnsd" also matches "dnsd-helper" and
+/// "/usr/sbin/dnsd" matches only a process started by that path, and "/usr/sbin/dnsd2"
+/// too (no word boundary). Give the name as the process was started; for an exact program
+/// compare getName() up to its first space yourself.
+///
+/// @code
+/// ProcessControl processes;
+/// processes.refresh(false);
+/// if (processes.getNumberOfProcessesByName("/usr/sbin/dnsd") == 0)
+///     restartDnsd();
+/// @endcode It owns its entries; those handed out
 /// stay valid until the next refresh or cleanup (an updating refresh keeps the entries of
 /// processes still present). One thread at a time.
 ///
@@ -20,6 +35,7 @@
 /// (A process whose command line is literally "[<its own id>]" is thus not counted either.)
 class ORVIK_API ProcessControl {
 public:
+    /// An empty table: refresh() before the lookups.
     ProcessControl();
     /// Deletes every entry.
     virtual ~ProcessControl();
@@ -42,6 +58,7 @@ public:
     virtual int getNumberOfProcessesByName(char const* name) const;
     /// The first entry with that id, or null.
     virtual ProcessEntry* getProcessEntryByPid(int pid);
+    /// The counter described above: the entries that hold a command line.
     virtual int getNumberOfProcesses() const;
     /// Empties the table and sets the counter to 0.
     virtual void cleanup();

@@ -3,6 +3,8 @@
 #ifndef ORVIK_UTILITIES_TEXT_FORMAT_H
 #define ORVIK_UTILITIES_TEXT_FORMAT_H
 
+/// @file
+
 #include <orvik_utilities/export.h>
 
 #include <cstdarg>
