@@ -11,6 +11,7 @@ packages=(
     g++-arm-linux-gnueabi          # the device ABI: armel, 32-bit long, unsigned char
     qemu-user                      # runs the device build's tests
     iproute2                       # network namespaces for the kernel-facing tests
+    doxygen                        # the API reference (docs target and its test)
 )
 
 missing=()

@@ -14,6 +14,13 @@ extern "C" {
 /// on SIGUSR1. name is kept, not copied: it must live as long as the process. A matched
 /// line without a second token means level 0; levels are clamped to 0..7. A null or empty
 /// name only opens syslog under the program's own name and never touches the file or mask.
+///
+/// Process-wide state: the log identity (the name pointer) and the SIGUSR1 handler, which
+/// stays installed and does file and syslog work in signal context; call once at start-up,
+/// before other threads exist. A level n lets syslog priorities 0 (LOG_EMERG) to n through:
+/// a program missing from the file runs at 0, emergencies only, until its line is edited
+/// and SIGUSR1 sent. The name is found as a substring ("mon" takes the level of an earlier
+/// line "daemond 3"), so choose names no other entry contains.
 ORVIK_API void sorrelLogInit(char const* name);
 }
 
