@@ -11,7 +11,9 @@ set(CMAKE_CXX_COMPILER ${ORVIK_ARM_TRIPLE}-g++)
 set(CMAKE_NM ${ORVIK_ARM_TRIPLE}-nm CACHE FILEPATH "nm for the device ABI")
 set(CMAKE_STRIP ${ORVIK_ARM_TRIPLE}-strip CACHE FILEPATH "strip for the device ABI")
 
-set(CMAKE_FIND_ROOT_PATH ${ORVIK_ARM_SYSROOT})
+# Keeps roots given on the command line (a firmware staging directory) ahead of the
+# cross sysroot, so packages installed there are found.
+list(APPEND CMAKE_FIND_ROOT_PATH ${ORVIK_ARM_SYSROOT})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
