@@ -20,6 +20,16 @@ class INStringHashTable;
 ///
 /// Before the first initialize and after cleanup there is no table: lookups answer their
 /// default and add refuses (returns false), since only initialize knows the table size.
+///
+/// The reader owns its table and every stored value; no process-wide state, one thread at
+/// a time per reader.
+///
+/// @code
+/// ConfigReader cfg;
+/// cfg.initialize("/etc/dnsd.cfg", 32);             // about the number of entries
+/// String const server = cfg.getValue("server", "192.168.1.1");   // a copy, never a reference
+/// long const retries = cfg.getValueAsInt("retries", 3);
+/// @endcode
 class ORVIK_API ConfigReader {
 public:
     ConfigReader();

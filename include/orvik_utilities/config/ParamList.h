@@ -12,6 +12,9 @@
 /// Entries sorted by tag in strcmp order. String form: the elements "<" tag ">" value "</"
 /// tag ">" in list order, tag and value escaped as "%25" for '%', "%3c" for '<' and "%3e"
 /// for '>'; the empty list gives "".
+///
+/// The list owns its entries; no process-wide state, one thread at a time per list (the
+/// string form is cached inside, so even the const calls write).
 class ORVIK_API ParamList {
 public:
     /// One entry; a copy starts unlinked, assignment leaves the links alone.

@@ -11,7 +11,7 @@
 /// A fixed array of chains; nodes are appended at the tail of their chain and duplicate keys
 /// are kept (the older one is found first). Keys match by exact bytes (strcmp). The table
 /// owns its key copies; values are never dereferenced or freed. A null key is never stored
-/// and never found.
+/// and never found. No process-wide state; one thread at a time per table.
 class ORVIK_API INStringHashTable {
 public:
     /// Buckets as for INUInt32HashTable: the smallest power of two >= size, 2 to 2^31; a

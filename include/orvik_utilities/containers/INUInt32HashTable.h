@@ -17,7 +17,8 @@ enum HashFunctionType : int {
 
 /// A fixed array of chains; nodes are appended at the tail of their chain and duplicate keys
 /// are kept (the older one is found first). Values are never dereferenced or freed.
-/// Keys are 32-bit: on 64-bit hosts only the low 32 bits of a key count.
+/// Keys are 32-bit: on 64-bit hosts only the low 32 bits of a key count. No process-wide
+/// state; one thread at a time per table.
 class ORVIK_API INUInt32HashTable {
 public:
     /// The bucket count is the smallest power of two >= size, at least 2 and at most 2^31.

@@ -13,6 +13,7 @@
 /// a number, lo or firstNumber above 2^32 - 1 lies beyond every range, while hi and
 /// lastNumber above it are taken as 2^32 - 1. The round-robin cursor is the caller's
 /// variable, read from *number on entry; it wraps at 2^32 (only its low 32 bits count).
+/// The bag owns its bitmap; no process-wide state, one thread at a time per bag.
 class ORVIK_API NumberBag {
 public:
     /// A full bag. A range with firstNumber > lastNumber or of 2^32 numbers, or one whose

@@ -13,7 +13,9 @@
 /// starts a new exchange. The socket of an exchange stays open (also after a failed send)
 /// until the next send, cleanup or destruction. Results: 0 sent / reply found, 1 not sent,
 /// 2 no matching reply waiting now, 3 receiving failed. Nothing is logged. Raw sockets need
-/// CAP_NET_RAW. The sends reach cleanup and checksum through the virtual table.
+/// CAP_NET_RAW. The sends reach cleanup and checksum through the virtual table. The client
+/// owns its socket; one thread at a time per client (the constructor's rand() calls share
+/// the process's generator).
 class ORVIK_API PingClient {
 public:
     /// No socket; identifier and first sequence from two calls of rand() (never seeded here).

@@ -8,7 +8,7 @@
 #include <orvik_utilities/export.h>
 #include <orvik_utilities/text/String.h>
 
-/// Static members only.
+/// Static members only; no state, so any thread may call them.
 class ORVIK_API Base64 {
 public:
     Base64() = delete;

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 
+// No state: every function here may be called from any thread.
 extern "C" {
 
 /// Entry i is the two lowercase hexadecimal digits of i and a NUL ("00" .. "ff").

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 
+// No state: every function here may be called from any thread.
 extern "C" {
 
 /// Reverses a NUL-terminated text in place; null does nothing.

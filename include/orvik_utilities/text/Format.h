@@ -10,6 +10,7 @@
 #include <cstdarg>
 #include <cstdint>
 
+// No state: every function here may be called from any thread.
 extern "C" {
 
 /// Formats into dest, storing output characters skip, skip+1, ... while one byte of
