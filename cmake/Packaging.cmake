@@ -203,8 +203,10 @@ Command-line programs built on liborvik_utilities: the operator tool
 orvik-util and, where built, the device sandbox orvik-sandbox that
 recreates the device's environment for running daemons on a PC.")
 
-    # CPack has no field for Multi-Arch, and calls ldconfig from maintainer scripts
-    # where Debian uses a trigger: both are settled in the finished packages.
+    # Manual pages are compressed before packing. CPack has no field for Multi-Arch, and
+    # calls ldconfig from maintainer scripts where Debian uses a trigger: both are
+    # settled in the finished packages.
+    set(CPACK_PRE_BUILD_SCRIPTS ${ORVIK_PACKAGING_DIR}/compress-manpages.cmake)
     set(CPACK_DEBIAN_MULTIARCH_SAME ${runtime_package} ${dev_package})
     set(CPACK_POST_BUILD_SCRIPTS ${ORVIK_PACKAGING_DIR}/add-multiarch.cmake)
 
