@@ -58,7 +58,9 @@ endfunction()
 
 function(orvik_configure_packages)
     set(pkg_build ${PROJECT_BINARY_DIR}/packaging)
-    set(runtime_package liborvik-utilities1)
+    # The runtime package is named after the SONAME (liborvik_utilities.so.1), so a new
+    # SONAME gives a new package that installs beside the old one.
+    set(runtime_package liborvik-utilities${PROJECT_VERSION_MAJOR})
     set(dev_package liborvik-utilities-dev)
     set(tools_package orvik-utils)
 
@@ -122,7 +124,7 @@ function(orvik_configure_packages)
             -DSONAME=$<TARGET_SONAME_FILE_NAME:orvik_utilities>
             -DPACKAGE=${runtime_package} -DDEV_PACKAGE=${dev_package}
             -DSINCE=${ORVIK_PACKAGING_DIR}/symbols-since.txt
-            -DVERSION=${PROJECT_VERSION} -DOUTPUT=${pkg_build}/symbols
+            -DFIRST_VERSION=${PROJECT_VERSION_MAJOR}.0.0 -DOUTPUT=${pkg_build}/symbols
             -P ${ORVIK_PACKAGING_DIR}/make-symbols.cmake
         DEPENDS orvik_utilities ${ORVIK_PACKAGING_DIR}/make-symbols.cmake
             ${ORVIK_PACKAGING_DIR}/symbols-since.txt
@@ -217,6 +219,12 @@ recreates the device's environment for running daemons on a PC.")
         set(CPACK_ORVIK_SHLIBDEPS ${ORVIK_PACKAGING_DIR}/cross-shlibdeps.sh)
         set(CPACK_ORVIK_HOST_ARCH ${arch})
         set(CPACK_ORVIK_READELF ${CMAKE_READELF})
+        set(CPACK_ORVIK_CROSS_LIBDIRS)
+        foreach(root IN LISTS CMAKE_SYSROOT CMAKE_FIND_ROOT_PATH)
+            list(APPEND CPACK_ORVIK_CROSS_LIBDIRS ${root}/lib ${root}/usr/lib
+                ${root}/lib/${CMAKE_LIBRARY_ARCHITECTURE}
+                ${root}/usr/lib/${CMAKE_LIBRARY_ARCHITECTURE})
+        endforeach()
         set(CPACK_PROJECT_CONFIG_FILE ${ORVIK_PACKAGING_DIR}/cpack-project.cmake)
     endif()
 

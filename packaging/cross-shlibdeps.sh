@@ -2,15 +2,17 @@
 # dpkg-shlibdeps for a cross-built package, called by CPack in its place.
 #
 # The target's C and C++ runtime are known to the build machine only as the cross
-# toolchain's copies (libc6-armel-cross, ...). Told the target architecture,
-# dpkg-shlibdeps finds them and their shlibs/symbols files, which name the target's
+# toolchain's copies (libc6-armel-cross, ...). Told the target architecture and
+# where those copies are, dpkg-shlibdeps finds them and their shlibs/symbols files,
+# which name the target's
 # packages with an architecture qualifier ("libc6:armel") or under the cross package's
 # own name; both are turned into the plain package names a target system installs.
 # Where that fails (no cross shlibs information), the dependencies are computed from
 # the ELF files: each needed library mapped to its Debian package, libc with the
 # newest GLIBC_ symbol version the files use.
 #
-# Environment: ORVIK_DEB_HOST_ARCH (armel, ...) and ORVIK_CROSS_READELF (optional).
+# Environment: ORVIK_DEB_HOST_ARCH (armel, ...), ORVIK_CROSS_LIBDIRS (the toolchain's
+# library directories, separated by colons) and ORVIK_CROSS_READELF (optional).
 set -u
 case "${1:-}" in
 --version | --help) exec dpkg-shlibdeps "$@" ;;
@@ -19,7 +21,15 @@ arch=${ORVIK_DEB_HOST_ARCH:?target Debian architecture not set}
 
 err=$(mktemp)
 trap 'rm -f "$err"' EXIT
-if out=$(DEB_HOST_ARCH=$arch dpkg-shlibdeps "$@" 2>"$err"); then
+search=
+old_ifs=$IFS
+IFS=:
+for dir in ${ORVIK_CROSS_LIBDIRS:-}; do
+    [ -d "$dir" ] && search="$search -l$dir"
+done
+IFS=$old_ifs
+# shellcheck disable=SC2086
+if out=$(DEB_HOST_ARCH=$arch dpkg-shlibdeps $search "$@" 2>"$err"); then
     cat "$err" >&2
     printf '%s\n' "$out" | sed -e "s/:$arch\\b//g" -e "s/-$arch-cross\\b//g"
     exit 0

@@ -1,7 +1,7 @@
 # Writes the Debian symbols file of the runtime package from the built shared object:
 # every defined dynamic name with the version that first shipped it (symbols-since.txt,
-# else the first release of this SONAME), so dependents ask for no newer library than
-# the names they use need.
+# else FIRST_VERSION, the first release of this SONAME), so dependents ask for no newer
+# library than the names they use need.
 cmake_minimum_required(VERSION 3.25)
 
 execute_process(COMMAND ${NM} -D --defined-only ${LIBRARY}
@@ -10,7 +10,6 @@ if(NOT status EQUAL 0)
     message(FATAL_ERROR "${NM} failed on ${LIBRARY}")
 endif()
 
-set(first_version 1.0.0)
 set(toolchain_symbols _init _fini _edata _end __bss_start __bss_start__ __bss_end__
     _bss_end__ __end__)
 
@@ -36,7 +35,7 @@ list(SORT names)
 
 set(text "${SONAME} ${PACKAGE} #MINVER#\n* Build-Depends-Package: ${DEV_PACKAGE}\n")
 foreach(name IN LISTS names)
-    set(version ${first_version})
+    set(version ${FIRST_VERSION})
     if(DEFINED "since_${name}")
         set(version ${since_${name}})
     endif()
