@@ -11,6 +11,9 @@ packages=(
     g++-arm-linux-gnueabi          # the device ABI: armel, 32-bit long, unsigned char
     qemu-user                      # runs the device build's tests
     iproute2                       # network namespaces for the kernel-facing tests
+    dpkg-dev file                  # Debian packages: cpack's dpkg-shlibdeps and file checks
+    lintian                        # package checks
+    abigail-tools                  # interface guard: abidw and abidiff
 )
 
 missing=()
