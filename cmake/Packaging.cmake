@@ -63,6 +63,9 @@ function(orvik_configure_packages)
     set(runtime_package liborvik-utilities${PROJECT_VERSION_MAJOR})
     set(dev_package liborvik-utilities-dev)
     set(tools_package orvik-utils)
+    set(package_of_runtime ${runtime_package})
+    set(package_of_development ${dev_package})
+    set(package_of_tools ${tools_package})
 
     # The newest changelog entry names the package version; it must be this version of
     # the library with a Debian revision, so a version bump cannot ship without an entry.
@@ -107,12 +110,8 @@ function(orvik_configure_packages)
     # Per-package documents. EXCLUDE_FROM_ALL: a plain `cmake --install` leaves them out,
     # the packages (which install component by component) get them.
     foreach(component IN LISTS components)
-        set(package ${${component}_package})
-        if(component STREQUAL "development")
-            set(package ${dev_package})
-        endif()
         install(FILES ${ORVIK_PACKAGING_DIR}/copyright ${pkg_build}/changelog.Debian.gz
-            DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${package}
+            DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${package_of_${component}}
             COMPONENT ${component} EXCLUDE_FROM_ALL)
     endforeach()
 
@@ -210,7 +209,7 @@ recreates the device's environment for running daemons on a PC.")
     # settled in the finished packages.
     set(CPACK_PRE_BUILD_SCRIPTS ${ORVIK_PACKAGING_DIR}/compress-manpages.cmake)
     set(CPACK_DEBIAN_MULTIARCH_SAME ${runtime_package} ${dev_package})
-    set(CPACK_POST_BUILD_SCRIPTS ${ORVIK_PACKAGING_DIR}/add-multiarch.cmake)
+    set(CPACK_POST_BUILD_SCRIPTS ${ORVIK_PACKAGING_DIR}/finish-packages.cmake)
 
     # A cross build's libraries belong to the target's packages, which the build machine
     # knows only through the cross toolchain's copies: dpkg-shlibdeps goes through a
