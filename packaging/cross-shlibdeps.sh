@@ -2,11 +2,10 @@
 # dpkg-shlibdeps for a cross-built package, called by CPack in its place.
 #
 # The target's C and C++ runtime are known to the build machine only as the cross
-# toolchain's copies (libc6-armel-cross, ...). Told the target architecture and
-# where those copies are, dpkg-shlibdeps finds them and their shlibs/symbols files,
-# which name the target's
-# packages with an architecture qualifier ("libc6:armel") or under the cross package's
-# own name; both are turned into the plain package names a target system installs.
+# toolchain's copies (libc6-armel-cross, ...). Told the target architecture and where
+# those copies are, dpkg-shlibdeps finds them and their shlibs/symbols files, which
+# name the target's packages with an architecture qualifier ("libc6:armel") or under
+# the cross package's own name; both become the plain names a target system installs.
 # Where that fails (no cross shlibs information), the dependencies are computed from
 # the ELF files: each needed library mapped to its Debian package, libc with the
 # newest GLIBC_ symbol version the files use.
