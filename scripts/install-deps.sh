@@ -12,6 +12,9 @@ packages=(
     qemu-user                      # runs the device build's tests
     iproute2                       # network namespaces for the kernel-facing tests
     doxygen                        # the API reference (docs target and its test)
+    dpkg-dev file                  # Debian packages: cpack's dpkg-shlibdeps and file checks
+    lintian                        # package checks
+    abigail-tools                  # interface guard: abidw and abidiff
 )
 
 missing=()
