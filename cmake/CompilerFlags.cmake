@@ -28,3 +28,6 @@ endif()
 function(orvik_strict_warnings target)
     target_compile_options(${target} PRIVATE ${ORVIK_WARNINGS})
 endfunction()
+
+# compile_commands.json in every tree, for clang-tidy (cmake/StyleChecks.cmake) and editors.
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)

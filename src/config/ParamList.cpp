@@ -2,7 +2,6 @@
 // the writer sizes its String once, and the reader inserts behind the entry it made last
 // when the tags arrive in order, as they do from the writer.
 #include <orvik_utilities/config/ParamList.h>
-
 #include <orvik_utilities/numbers/IntegerText.h>
 
 #include <cstdint>
@@ -149,8 +148,10 @@ ParamList::TagValuePair::TagValuePair(TagValuePair const& other)
 ParamList::TagValuePair::~TagValuePair() {}
 
 ParamList::TagValuePair& ParamList::TagValuePair::operator=(TagValuePair const& other) {
-    tag = other.tag;
-    value = other.value;
+    if (this != &other) {
+        tag = other.tag;
+        value = other.value;
+    }
     return *this;
 }
 

@@ -3,6 +3,7 @@
 #define ORVIK_UTILITIES_INTERNAL_BYTE_ORDER_H
 
 #include <cstdint>
+#include <cstring>
 
 namespace orvik {
 namespace detail {
@@ -40,6 +41,15 @@ inline void storeBigEndian16(unsigned char* p, uint32_t value) {
     p[0] = static_cast<unsigned char>(value >> 8);
     p[1] = static_cast<unsigned char>(value);
 }
+
+// Host byte order, for fields the kernel or a checksum reads as native words.
+inline uint16_t loadHost16(unsigned char const* p) {
+    uint16_t value;
+    std::memcpy(&value, p, sizeof value);
+    return value;
+}
+
+inline void storeHost16(unsigned char* p, uint16_t value) { std::memcpy(p, &value, sizeof value); }
 
 } // namespace detail
 } // namespace orvik

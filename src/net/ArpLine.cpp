@@ -1,3 +1,4 @@
+// Reading one ARP table line for a next hop's hardware address.
 #include "net/ArpLine.h"
 
 #include <cstdio>
@@ -42,8 +43,10 @@ bool arpLineHardwareAddress(char const* line, char const* nextHop, unsigned char
     if ((std::strtoul(fields[2], nullptr, 0) & 0x2) == 0)
         return false;
     unsigned octets[6];
-    if (std::sscanf(fields[3], "%02x:%02x:%02x:%02x:%02x:%02x", &octets[0], &octets[1],
-                    &octets[2], &octets[3], &octets[4], &octets[5]) != 6)
+    // Two hex digits at most per octet, so no conversion can overflow; the count is checked.
+    if (std::sscanf( // NOLINT(cert-err34-c)
+            fields[3], "%02x:%02x:%02x:%02x:%02x:%02x", &octets[0], &octets[1], &octets[2],
+            &octets[3], &octets[4], &octets[5]) != 6)
         return false;
     for (unsigned i = 0; i < 6; ++i)
         hardware[i] = static_cast<unsigned char>(octets[i]);

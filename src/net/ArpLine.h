@@ -1,7 +1,7 @@
 // One line of the kernel's ARP table ("/proc/net/arp"), read for a next hop's hardware
 // address. No platform calls.
-#ifndef ORVIK_SRC_NET_ARP_LINE_H
-#define ORVIK_SRC_NET_ARP_LINE_H
+#ifndef ORVIK_UTILITIES_NET_ARP_LINE_H
+#define ORVIK_UTILITIES_NET_ARP_LINE_H
 
 #include <cstdint>
 

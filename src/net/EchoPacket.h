@@ -1,7 +1,7 @@
 // The echo packets of the two probes, byte by byte, and the tests that pick their replies
 // out of what a socket delivers. No platform calls: the same code runs on every target.
-#ifndef ORVIK_SRC_NET_ECHO_PACKET_H
-#define ORVIK_SRC_NET_ECHO_PACKET_H
+#ifndef ORVIK_UTILITIES_NET_ECHO_PACKET_H
+#define ORVIK_UTILITIES_NET_ECHO_PACKET_H
 
 #include <cstddef>
 #include <cstdint>
@@ -9,7 +9,7 @@
 namespace orvik {
 namespace detail {
 
-constexpr std::size_t kPingRequestLength = 28; // IP header and ICMP header, no payload
+constexpr std::size_t kPingRequestLength = 28;  // IP header and ICMP header, no payload
 constexpr std::size_t kRawEchoFrameLength = 42; // Ethernet header in front of the above
 constexpr std::size_t kIpEchoPacketLength = 48; // 28 bytes and 20 zero bytes of payload
 constexpr std::size_t kHardwareAddressLength = 6;
@@ -45,9 +45,8 @@ bool pingReplyMatches(unsigned char const* packet, std::size_t length, uint16_t 
 // A frame answers the Ethernet echo when it is at least 42 bytes, goes from nextHopHw to
 // localHw, carries ICMP (20-byte IP header assumed) of type echo reply, and holds the
 // sequence and identifier in network order.
-bool rawReplyMatches(unsigned char const* frame, std::size_t length,
-                     unsigned char const* localHw, unsigned char const* nextHopHw,
-                     uint16_t identifier, uint16_t sequence);
+bool rawReplyMatches(unsigned char const* frame, std::size_t length, unsigned char const* localHw,
+                     unsigned char const* nextHopHw, uint16_t identifier, uint16_t sequence);
 
 // A packet answers the IP echo when it is at least 48 bytes, carries ICMP of type echo
 // reply after a 20-byte header, and holds the sequence and identifier in host byte order.

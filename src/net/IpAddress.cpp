@@ -49,9 +49,7 @@ bool readDottedQuad(String const& text, long& position, uint32_t& word) {
     return true;
 }
 
-uint32_t maskOfSize(unsigned long size) {
-    return size == 0 ? 0u : UINT32_MAX << (32 - size);
-}
+uint32_t maskOfSize(unsigned long size) { return size == 0 ? 0u : UINT32_MAX << (32 - size); }
 
 uint32_t leadingOnes(uint32_t mask) {
     uint32_t count = 0;
@@ -95,8 +93,7 @@ IpAddress::IpAddress(String const& addressText, String const& netMaskText) {
         init();
 }
 
-IpAddress::IpAddress(IpAddress const& other)
-    : version(other.version), address(), netMask() {
+IpAddress::IpAddress(IpAddress const& other) : version(other.version), address(), netMask() {
     std::memcpy(address, other.address, sizeof address);
     std::memcpy(netMask, other.netMask, sizeof netMask);
 }
@@ -139,9 +136,9 @@ int IpAddress::setIpAddrAsString(String const& text) {
         return -1;
     unsigned long prefix = 0;
     bool const withPrefix = !s_getEndOfString(text, position);
-    if (withPrefix && !(s_getCharOfString(text, position, '/') &&
-                        s_getV4NetMaskSizeOfString(text, position, prefix) &&
-                        s_getEndOfString(text, position)))
+    if (withPrefix &&
+        !(s_getCharOfString(text, position, '/') &&
+          s_getV4NetMaskSizeOfString(text, position, prefix) && s_getEndOfString(text, position)))
         return -1;
     version = IP_VERSION_4;
     address[0] = word;
@@ -239,9 +236,7 @@ bool IpAddress::isV4ClassC() const { return isV4() && (v4Address() >> 29) == 6; 
 bool IpAddress::isV4ClassD() const { return isV4() && (v4Address() >> 28) == 14; }
 bool IpAddress::isV4ClassE() const { return isV4() && (v4Address() >> 28) == 15; }
 bool IpAddress::isV4ClassABC() const { return isV4() && v4Address() < 0xE0000000u; }
-bool IpAddress::isLoopback() const {
-    return isV4() && (v4Address() & 0xFF000000u) == 0x7F000000u;
-}
+bool IpAddress::isLoopback() const { return isV4() && (v4Address() & 0xFF000000u) == 0x7F000000u; }
 bool IpAddress::isLocalGroup() const {
     return isV4() && (v4Address() & 0xFFFFFF00u) == 0xE0000000u;
 }

@@ -1,12 +1,15 @@
+// The polled ICMP echo client: one header-included request per send, replies drained without
+// waiting.
 #include <orvik_utilities/net/PingClient.h>
 
+#include "internal/Descriptor.h"
+#include "internal/HostLookup.h"
+#include "internal/InterfaceName.h"
 #include "net/EchoPacket.h"
 
 #include <arpa/inet.h>
-#include <netdb.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -20,11 +23,7 @@ PingClient::PingClient()
 
 PingClient::~PingClient() { cleanup(); }
 
-void PingClient::cleanup() {
-    if (socketFd >= 0)
-        close(socketFd);
-    socketFd = -1;
-}
+void PingClient::cleanup() { orvik::detail::closeDescriptor(socketFd); }
 
 unsigned short PingClient::checksum(unsigned short* data, int length) const {
     return orvik::detail::internetChecksum(data, length > 0 ? static_cast<std::size_t>(length) : 0);
@@ -35,7 +34,7 @@ namespace {
 // A raw ICMP socket in *fd with the header-included option; false when either fails (the
 // socket, if made, stays in *fd).
 bool openEchoSocket(int* fd) {
-    *fd = socket(AF_INET, SOCK_RAW | SOCK_CLOEXEC, IPPROTO_ICMP);
+    *fd = orvik::detail::openSocket(AF_INET, SOCK_RAW, IPPROTO_ICMP).release();
     if (*fd < 0)
         return false;
     int const on = 1;
@@ -45,20 +44,18 @@ bool openEchoSocket(int* fd) {
 // Builds the request with the client's own checksum and sends it on fd: 0 or 1.
 int sendRequest(PingClient const& client, int fd, char const* target, uint32_t source,
                 uint16_t identifier, uint16_t sequence) {
-    hostent const* const host = gethostbyname(target);
-    if (host == nullptr || host->h_addrtype != AF_INET || host->h_length != 4 ||
-        host->h_addr_list[0] == nullptr)
+    uint32_t destination;
+    if (!orvik::detail::lookupIpv4Host(target, destination))
         return 1;
     sockaddr_in to;
     std::memset(&to, 0, sizeof to);
     to.sin_family = AF_INET;
-    std::memcpy(&to.sin_addr, host->h_addr_list[0], 4);
+    to.sin_addr.s_addr = htonl(destination);
 
     // Aligned for the checksum's unsigned short view.
     unsigned short words[kPingRequestLength / 2];
     unsigned char* const packet = reinterpret_cast<unsigned char*>(words);
-    orvik::detail::fillPingRequest(packet, source, ntohl(to.sin_addr.s_addr), identifier,
-                                   sequence);
+    orvik::detail::fillPingRequest(packet, source, destination, identifier, sequence);
     unsigned short const icmpSum = client.checksum(words + 10, kPingRequestLength - 20);
     std::memcpy(packet + 22, &icmpSum, sizeof icmpSum);
     unsigned short const headerSum = client.checksum(words, 20);
@@ -95,14 +92,8 @@ int PingClient::sendPingFromInterface(char const* target, char const* interface)
     ++echoSeq;
     if (!openEchoSocket(&socketFd))
         return 1;
-    char device[32];
-    std::memset(device, 0, sizeof device);
-    std::size_t const length = strnlen(interface, 16);
-    if (length > 15)
-        return 1;
-    std::memcpy(device, interface, length);
     int const on = 1;
-    if (setsockopt(socketFd, SOL_SOCKET, SO_BINDTODEVICE, device, sizeof device) != 0 ||
+    if (!orvik::detail::bindToDevice(socketFd, interface) ||
         setsockopt(socketFd, IPPROTO_IP, IP_HDRINCL, &on, sizeof on) != 0)
         return 1;
     return sendRequest(*this, socketFd, target, 0, echoId, echoSeq);

@@ -1,11 +1,15 @@
+// The raw echo probe: an IP echo bound to one interface, or an Ethernet echo straight to
+// the gateway's hardware address, with its replies picked out of what the socket delivers.
 #include <orvik_utilities/net/RawPing.h>
 
+#include "internal/Descriptor.h"
+#include "internal/HostLookup.h"
+#include "internal/InterfaceName.h"
 #include "net/ArpLine.h"
 #include "net/EchoPacket.h"
 
 #include <arpa/inet.h>
 #include <net/if.h>
-#include <netdb.h>
 #include <netinet/in.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -23,30 +27,34 @@ using namespace orvik::detail;
 
 namespace {
 
+constexpr char kArpTablePath[] = "/proc/net/arp";
 constexpr std::size_t kBufferLength = 1522;
 constexpr int kAttempts = 5;
 constexpr useconds_t kPause = 500000;
 constexpr std::size_t kPacketNameLimit = 13; // 14-byte name field of the packet address
-constexpr std::size_t kDeviceNameLimit = 15; // interface requests and the device binding
 constexpr uint16_t kEthAll = 3;              // ETH_P_ALL
 
-struct echo_context {
+struct EchoContext {
+    EchoContext(char const* deviceName, char const* targetName, char const* gatewayName)
+        : device(deviceName), target(targetName), gateway(gatewayName) {}
+
     char const* device;
     char const* target;
     char const* gateway;
-    uint32_t local_addr;
-    uint32_t netmask;
-    unsigned char local_hwaddr[kHardwareAddressLength];
-    unsigned char next_hop_hwaddr[kHardwareAddressLength];
-    int packet_fd;
-    int icmp_fd;
-    uint16_t raw_seq;
-    uint16_t ip_seq;
-    uint16_t raw_id;
-    uint16_t ip_id;
+    uint32_t localAddress = 0;
+    uint32_t netmask = 0;
+    unsigned char localHw[kHardwareAddressLength] = {};
+    unsigned char nextHopHw[kHardwareAddressLength] = {};
+    Descriptor packet;
+    Descriptor icmp;
+    uint16_t rawSeq = 0;
+    uint16_t ipSeq = 0;
+    uint16_t rawId = 0;
+    uint16_t ipId = 0;
 };
 
-__attribute__((format(printf, 2, 3))) void probe_log(int priority, char const* format, ...) {
+// The caller's texts are only ever arguments, never the format syslog sees.
+__attribute__((format(printf, 2, 3))) void probeLog(int priority, char const* format, ...) {
     char line[1024];
     va_list arguments;
     va_start(arguments, format);
@@ -61,7 +69,9 @@ __attribute__((format(printf, 2, 3))) void probe_log(int priority, char const* f
     syslog(priority, "%s", line);
 }
 
-char const* addr_text(uint32_t address) {
+// Four results can be outstanding at once: one log line names up to two addresses, and
+// the ring is process-wide because the texts outlive the call that made them.
+char const* addressText(uint32_t address) {
     static char ring[4][64];
     static unsigned index = 0;
     index = (index + 1) % 4;
@@ -73,95 +83,78 @@ char const* addr_text(uint32_t address) {
 
 char const* reason() { return std::strerror(errno); }
 
-bool resolve(char const* name, uint32_t* address) {
-    hostent const* const host = gethostbyname(name);
-    if (host == nullptr || host->h_addrtype != AF_INET || host->h_length != 4 ||
-        host->h_addr_list[0] == nullptr)
-        return false;
-    uint32_t network;
-    std::memcpy(&network, host->h_addr_list[0], sizeof network);
-    *address = ntohl(network);
-    return true;
-}
-
 bool isSet(char const* text) { return text != nullptr && *text != '\0'; }
 
-bool nameFits(echo_context const* context, std::size_t limit) {
-    if (std::strlen(context->device) <= limit)
+bool deviceNameFits(EchoContext const& context, std::size_t limit) {
+    if (std::strlen(context.device) <= limit)
         return true;
-    probe_log(LOG_ERR, "device name too long: %s", context->device);
+    probeLog(LOG_ERR, "device name too long: %s", context.device);
     return false;
 }
 
-uint16_t fresh_id() {
+uint16_t freshId() {
     timeval now;
     gettimeofday(&now, nullptr);
     return static_cast<uint16_t>(static_cast<uint32_t>(now.tv_sec) *
                                  static_cast<uint32_t>(now.tv_usec));
 }
 
-uint32_t word_of(sockaddr const& address) {
+uint32_t wordOf(sockaddr const& address) {
     sockaddr_in in;
     std::memcpy(&in, &address, sizeof in);
     return ntohl(in.sin_addr.s_addr);
 }
 
-// Steps 3 to 6 of init, on the query socket; the first failure ends them.
-int query_interface(echo_context* context, int handle) {
+// Address, netmask and hardware address of the device, then the gateway's name; the first
+// failure ends the queries.
+bool queryInterface(EchoContext& context, int handle) {
     ifreq request;
-    std::memset(&request, 0, sizeof request);
-    std::memcpy(request.ifr_name, context->device, std::strlen(context->device));
+    fillInterfaceRequest(request, context.device);
     if (ioctl(handle, SIOCGIFADDR, &request) != 0) {
-        probe_log(LOG_ERR, "can't get interface address of %s: %s", context->device, reason());
-        return 0;
+        probeLog(LOG_ERR, "can't get interface address of %s: %s", context.device, reason());
+        return false;
     }
-    context->local_addr = word_of(request.ifr_addr);
+    context.localAddress = wordOf(request.ifr_addr);
     if (ioctl(handle, SIOCGIFNETMASK, &request) != 0) {
-        probe_log(LOG_ERR, "can't get interface netmask of %s: %s", context->device, reason());
-        return 0;
+        probeLog(LOG_ERR, "can't get interface netmask of %s: %s", context.device, reason());
+        return false;
     }
-    context->netmask = word_of(request.ifr_netmask);
+    context.netmask = wordOf(request.ifr_netmask);
     if (ioctl(handle, SIOCGIFHWADDR, &request) != 0) {
-        probe_log(LOG_ERR, "can't get interface hwaddr of %s: %s", context->device, reason());
-        return 0;
+        probeLog(LOG_ERR, "can't get interface hwaddr of %s: %s", context.device, reason());
+        return false;
     }
-    std::memcpy(context->local_hwaddr, request.ifr_hwaddr.sa_data, kHardwareAddressLength);
+    std::memcpy(context.localHw, request.ifr_hwaddr.sa_data, kHardwareAddressLength);
     uint32_t gateway;
-    if (isSet(context->gateway) && !resolve(context->gateway, &gateway)) {
-        probe_log(LOG_ERR, "invalid gateway '%s'", context->gateway);
+    if (isSet(context.gateway) && !lookupIpv4Host(context.gateway, gateway)) {
+        probeLog(LOG_ERR, "invalid gateway '%s'", context.gateway);
+        return false;
+    }
+    return true;
+}
+
+int init(EchoContext& context) {
+    if (!deviceNameFits(context, kInterfaceNameLimit))
+        return 0;
+    Descriptor const handle = openSocket(AF_INET, SOCK_PACKET, 0);
+    if (!handle.isOpen()) {
+        probeLog(LOG_ERR, "unable to create socket: %s", reason());
         return 0;
     }
-    return 1;
+    return queryInterface(context, handle.get()) ? 1 : 0;
 }
 
-int init(echo_context* context) {
-    if (!nameFits(context, kDeviceNameLimit))
-        return 0;
-    int const handle = socket(AF_INET, SOCK_PACKET | SOCK_CLOEXEC, 0);
-    if (handle < 0) {
-        probe_log(LOG_ERR, "unable to create socket: %s", reason());
-        return 0;
-    }
-    int const ok = query_interface(context, handle);
-    close(handle);
-    return ok;
+bool onSubnet(EchoContext const& context, uint32_t target) {
+    return (context.localAddress & context.netmask) == (context.netmask & target);
 }
 
-bool onSubnet(echo_context const* context, uint32_t target) {
-    return (context->local_addr & context->netmask) == (context->netmask & target);
+void closeSockets(EchoContext& context) {
+    context.packet.reset();
+    context.icmp.reset();
 }
 
-void close_sockets(echo_context* context) {
-    if (context->packet_fd != -1)
-        close(context->packet_fd);
-    if (context->icmp_fd != -1)
-        close(context->icmp_fd);
-    context->packet_fd = -1;
-    context->icmp_fd = -1;
-}
-
-int lookup_arp(echo_context* context, char const* next_hop) {
-    std::FILE* const table = std::fopen("/proc/net/arp", "re");
+int lookupArp(EchoContext& context, char const* nextHop) {
+    std::FILE* const table = std::fopen(kArpTablePath, "re");
     if (table == nullptr)
         return 0;
     // Room for a line of the limit and its newline; a read without a newline (other than
@@ -174,77 +167,83 @@ int lookup_arp(echo_context* context, char const* next_hop) {
         bool const ends = length > 0 && line[length - 1] == '\n';
         bool const use = startsLine && (ends || std::feof(table));
         startsLine = ends;
-        if (use && arpLineHardwareAddress(line, next_hop, context->next_hop_hwaddr))
+        if (use && arpLineHardwareAddress(line, nextHop, context.nextHopHw))
             found = 1;
     }
     std::fclose(table);
     return found;
 }
 
-int gen_ip_echo(echo_context* context, unsigned char* buffer, std::size_t length,
-                uint32_t target) {
+bool setHeaderIncluded(int fd) {
+    int const on = 1;
+    return setsockopt(fd, IPPROTO_IP, IP_HDRINCL, &on, sizeof on) == 0;
+}
+
+// The raw ICMP socket, opened unless already open, with the header-included option; a
+// refused option closes it without a message.
+bool prepareIcmpSocket(EchoContext& context) {
+    if (!context.icmp.isOpen()) {
+        context.icmp = openSocket(AF_INET, SOCK_RAW, IPPROTO_ICMP);
+        if (!context.icmp.isOpen()) {
+            probeLog(LOG_ERR, "unable to open socket: %s", reason());
+            return false;
+        }
+    }
+    if (setHeaderIncluded(context.icmp.get()))
+        return true;
+    context.icmp.reset();
+    return false;
+}
+
+int genIpEcho(EchoContext& context, unsigned char* buffer, std::size_t length, uint32_t target) {
     if (length < kIpEchoPacketLength) {
-        probe_log(LOG_ERR, "buffer too short");
+        probeLog(LOG_ERR, "buffer too short");
         return 0;
     }
-    context->ip_id = fresh_id();
-    ++context->ip_seq;
+    context.ipId = freshId();
+    ++context.ipSeq;
     std::memset(buffer, 0, length);
-    fillIpEchoPacket(buffer, context->local_addr, target, context->ip_id, context->ip_seq);
+    fillIpEchoPacket(buffer, context.localAddress, target, context.ipId, context.ipSeq);
     return 1;
 }
 
-int send_ip_echo(echo_context* context, unsigned char* buffer, std::size_t length,
-                 uint32_t target) {
+// The socket stays open only when the packet went out whole.
+int sendIpEcho(EchoContext& context, unsigned char const* buffer, std::size_t length,
+               uint32_t target) {
     if (length < kIpEchoPacketLength) {
-        probe_log(LOG_ERR, "buffer too short");
+        probeLog(LOG_ERR, "buffer too short");
         return 0;
     }
-    if (context->icmp_fd < 0) {
-        context->icmp_fd = socket(AF_INET, SOCK_RAW | SOCK_CLOEXEC, IPPROTO_ICMP);
-        if (context->icmp_fd < 0) {
-            probe_log(LOG_ERR, "unable to open socket: %s", reason());
-            return 0;
-        }
-    }
-    int const on = 1;
-    if (setsockopt(context->icmp_fd, IPPROTO_IP, IP_HDRINCL, &on, sizeof on) != 0) {
-        close(context->icmp_fd);
-        context->icmp_fd = -1;
+    if (!prepareIcmpSocket(context))
         return 0;
-    }
-    char device[32];
-    std::memset(device, 0, sizeof device);
-    std::memcpy(device, context->device, std::strlen(context->device));
     sockaddr_in to;
     std::memset(&to, 0, sizeof to);
     to.sin_family = AF_INET;
     to.sin_addr.s_addr = htonl(target);
-    if (setsockopt(context->icmp_fd, SOL_SOCKET, SO_BINDTODEVICE, device, sizeof device) != 0) {
-        probe_log(LOG_ERR, "can't bind to device: %s", reason());
-    } else if (setsockopt(context->icmp_fd, IPPROTO_IP, IP_HDRINCL, &on, sizeof on) != 0) {
-        probe_log(LOG_ERR, "can't configure socket: %s", reason());
-    } else if (sendto(context->icmp_fd, buffer, kIpEchoPacketLength, 0,
-                      reinterpret_cast<sockaddr const*>(&to),
+    int const fd = context.icmp.get();
+    if (!bindToDevice(fd, context.device)) {
+        probeLog(LOG_ERR, "can't bind to device: %s", reason());
+    } else if (!setHeaderIncluded(fd)) {
+        probeLog(LOG_ERR, "can't configure socket: %s", reason());
+    } else if (sendto(fd, buffer, kIpEchoPacketLength, 0, reinterpret_cast<sockaddr const*>(&to),
                       sizeof to) != static_cast<ssize_t>(kIpEchoPacketLength)) {
-        probe_log(LOG_ERR, "packet transmission failed: %s", reason());
+        probeLog(LOG_ERR, "packet transmission failed: %s", reason());
     } else {
-        probe_log(LOG_ERR, "packet transmitted for %s (%d bytes)", addr_text(target),
-                  static_cast<int>(kIpEchoPacketLength));
+        probeLog(LOG_ERR, "packet transmitted for %s (%d bytes)", addressText(target),
+                 static_cast<int>(kIpEchoPacketLength));
         return 1;
     }
-    close(context->icmp_fd);
-    context->icmp_fd = -1;
+    context.icmp.reset();
     return 0;
 }
 
 // The receive loop of both paths: five reads, a pause after each miss; the socket is
 // closed at the end whatever happened.
 template <typename Matches>
-int receive_reply(int* fd, unsigned char* buffer, std::size_t length, uint32_t target,
-                  Matches matches) {
-    if (*fd < 0) {
-        probe_log(LOG_ERR, "socket is not connected");
+int receiveReply(Descriptor& socket, unsigned char* buffer, std::size_t length, uint32_t target,
+                 Matches matches) {
+    if (!socket.isOpen()) {
+        probeLog(LOG_ERR, "socket is not connected");
         return 0;
     }
     int result = 0;
@@ -253,9 +252,10 @@ int receive_reply(int* fd, unsigned char* buffer, std::size_t length, uint32_t t
         sockaddr from; // 16 bytes, as the packet socket's family and 14-byte device name
         socklen_t fromLength = sizeof from;
         std::memset(&from, 0, sizeof from);
-        ssize_t const got = recvfrom(*fd, buffer, length, MSG_DONTWAIT, &from, &fromLength);
+        ssize_t const got =
+            recvfrom(socket.get(), buffer, length, MSG_DONTWAIT, &from, &fromLength);
         if (got < 0 && errno != EAGAIN) {
-            probe_log(LOG_ERR, "unable to receive reply: %s", reason());
+            probeLog(LOG_ERR, "unable to receive reply: %s", reason());
             failed = true;
         } else if (got >= 0 && matches(from, static_cast<std::size_t>(got))) {
             result = 1;
@@ -264,107 +264,119 @@ int receive_reply(int* fd, unsigned char* buffer, std::size_t length, uint32_t t
         }
     }
     if (result == 0 && !failed)
-        probe_log(LOG_ERR, "received no valid reply from %s", addr_text(target));
-    close(*fd);
-    *fd = -1;
+        probeLog(LOG_ERR, "received no valid reply from %s", addressText(target));
+    socket.reset();
     return result;
 }
 
-int receive_ip_reply(echo_context* context, unsigned char* buffer, std::size_t length,
-                     uint32_t target) {
-    return receive_reply(&context->icmp_fd, buffer, length, target,
-                         [&](sockaddr const&, std::size_t got) {
-                             return ipReplyMatches(buffer, got, context->ip_id, context->ip_seq);
-                         });
+int receiveIpReply(EchoContext& context, unsigned char* buffer, std::size_t length,
+                   uint32_t target) {
+    return receiveReply(context.icmp, buffer, length, target,
+                        [&](sockaddr const&, std::size_t got) {
+                            return ipReplyMatches(buffer, got, context.ipId, context.ipSeq);
+                        });
 }
 
-int ip_echo(echo_context* context, uint32_t target) {
+int ipEcho(EchoContext& context, uint32_t target) {
     unsigned char buffer[kBufferLength];
-    return gen_ip_echo(context, buffer, sizeof buffer, target) &&
-           send_ip_echo(context, buffer, sizeof buffer, target) &&
-           receive_ip_reply(context, buffer, sizeof buffer, target);
+    return genIpEcho(context, buffer, sizeof buffer, target) &&
+           sendIpEcho(context, buffer, sizeof buffer, target) &&
+           receiveIpReply(context, buffer, sizeof buffer, target);
 }
 
-int gen_raw_echo(echo_context* context, unsigned char* buffer, std::size_t length,
-                 uint32_t target) {
+// The next hop's hardware address from the ARP table; when it is missing, an IP echo to
+// the next hop makes the kernel resolve it, and the table is read once more.
+bool findNextHopHw(EchoContext& context, char const* nextHop) {
+    if (lookupArp(context, nextHop))
+        return true;
+    uint32_t hop;
+    if (lookupIpv4Host(nextHop, hop))
+        ipEcho(context, hop);
+    if (lookupArp(context, nextHop))
+        return true;
+    probeLog(LOG_ERR, "can't resolve HW address for %s -> send query", nextHop);
+    return false;
+}
+
+int genRawEcho(EchoContext& context, unsigned char* buffer, std::size_t length, uint32_t target) {
     if (length < kRawEchoFrameLength) {
-        probe_log(LOG_ERR, "buffer too short");
+        probeLog(LOG_ERR, "buffer too short");
         return 0;
     }
-    char const* next_hop = context->target;
+    char const* nextHop = context.target;
     if (!onSubnet(context, target)) {
-        next_hop = context->gateway;
-        if (!isSet(next_hop)) {
-            probe_log(LOG_ERR, "need a valid gateway for target %s", context->target);
+        nextHop = context.gateway;
+        if (!isSet(nextHop)) {
+            probeLog(LOG_ERR, "need a valid gateway for target %s", context.target);
             return 0;
         }
     }
-    if (!lookup_arp(context, next_hop)) {
-        uint32_t hop;
-        if (resolve(next_hop, &hop))
-            ip_echo(context, hop);
-        if (!lookup_arp(context, next_hop)) {
-            probe_log(LOG_ERR, "can't resolve HW address for %s -> send query", next_hop);
-            return 0;
-        }
-    }
-    context->raw_id = fresh_id();
-    ++context->raw_seq;
+    if (!findNextHopHw(context, nextHop))
+        return 0;
+    context.rawId = freshId();
+    ++context.rawSeq;
     std::memset(buffer, 0, length);
-    fillRawEchoFrame(buffer, context->next_hop_hwaddr, context->local_hwaddr, context->local_addr,
-                     target, context->raw_id, context->raw_seq);
+    fillRawEchoFrame(buffer, context.nextHopHw, context.localHw, context.localAddress, target,
+                     context.rawId, context.rawSeq);
     return 1;
 }
 
-int send_raw_echo(echo_context* context, unsigned char* buffer, std::size_t length, uint32_t) {
-    if (length < kRawEchoFrameLength) {
-        probe_log(LOG_ERR, "buffer too short");
-        return 0;
-    }
-    if (!nameFits(context, kPacketNameLimit))
-        return 0;
-    if (context->packet_fd < 0) {
-        context->packet_fd = socket(AF_INET, SOCK_PACKET | SOCK_CLOEXEC, htons(kEthAll));
-        if (context->packet_fd < 0) {
-            probe_log(LOG_ERR, "unable to open socket: %s", reason());
-            return 0;
+// The packet socket for every protocol, opened unless already open.
+bool preparePacketSocket(EchoContext& context) {
+    if (!context.packet.isOpen()) {
+        context.packet = openSocket(AF_INET, SOCK_PACKET, htons(kEthAll));
+        if (!context.packet.isOpen()) {
+            probeLog(LOG_ERR, "unable to open socket: %s", reason());
+            return false;
         }
     }
+    return true;
+}
+
+// The packet socket is bound by device name and sends to the same address; it stays open
+// only when the frame went out whole.
+int sendRawEcho(EchoContext& context, unsigned char const* buffer, std::size_t length, uint32_t) {
+    if (length < kRawEchoFrameLength) {
+        probeLog(LOG_ERR, "buffer too short");
+        return 0;
+    }
+    if (!deviceNameFits(context, kPacketNameLimit) || !preparePacketSocket(context))
+        return 0;
     sockaddr to;
     std::memset(&to, 0, sizeof to);
     to.sa_family = AF_INET;
-    std::memcpy(to.sa_data, context->device, std::strlen(context->device));
-    if (bind(context->packet_fd, &to, sizeof to) != 0) {
-        probe_log(LOG_ERR, "unable to bind socket: %s", reason());
-    } else if (sendto(context->packet_fd, buffer, kRawEchoFrameLength, 0, &to, sizeof to) !=
+    std::memcpy(to.sa_data, context.device, std::strlen(context.device));
+    int const fd = context.packet.get();
+    if (bind(fd, &to, sizeof to) != 0) {
+        probeLog(LOG_ERR, "unable to bind socket: %s", reason());
+    } else if (sendto(fd, buffer, kRawEchoFrameLength, 0, &to, sizeof to) !=
                static_cast<ssize_t>(kRawEchoFrameLength)) {
-        probe_log(LOG_ERR, "packet transmission failed: %s", reason());
+        probeLog(LOG_ERR, "packet transmission failed: %s", reason());
     } else {
         return 1;
     }
-    close(context->packet_fd);
-    context->packet_fd = -1;
+    context.packet.reset();
     return 0;
 }
 
-int receive_raw_reply(echo_context* context, unsigned char* buffer, std::size_t length,
-                      uint32_t target) {
-    return receive_reply(
-        &context->packet_fd, buffer, length, target, [&](sockaddr const& from, std::size_t got) {
-            char device[sizeof from.sa_data + 1];
-            std::memcpy(device, from.sa_data, sizeof from.sa_data);
-            device[sizeof from.sa_data] = '\0';
-            return std::strcmp(device, context->device) == 0 &&
-                   rawReplyMatches(buffer, got, context->local_hwaddr, context->next_hop_hwaddr,
-                                   context->raw_id, context->raw_seq);
-        });
+int receiveRawReply(EchoContext& context, unsigned char* buffer, std::size_t length,
+                    uint32_t target) {
+    return receiveReply(context.packet, buffer, length, target,
+                        [&](sockaddr const& from, std::size_t got) {
+                            char device[sizeof from.sa_data + 1];
+                            std::memcpy(device, from.sa_data, sizeof from.sa_data);
+                            device[sizeof from.sa_data] = '\0';
+                            return std::strcmp(device, context.device) == 0 &&
+                                   rawReplyMatches(buffer, got, context.localHw, context.nextHopHw,
+                                                   context.rawId, context.rawSeq);
+                        });
 }
 
-int raw_echo(echo_context* context, uint32_t target) {
+int rawEcho(EchoContext& context, uint32_t target) {
     unsigned char buffer[kBufferLength];
-    return gen_raw_echo(context, buffer, sizeof buffer, target) &&
-           send_raw_echo(context, buffer, sizeof buffer, target) &&
-           receive_raw_reply(context, buffer, sizeof buffer, target);
+    return genRawEcho(context, buffer, sizeof buffer, target) &&
+           sendRawEcho(context, buffer, sizeof buffer, target) &&
+           receiveRawReply(context, buffer, sizeof buffer, target);
 }
 
 } // namespace
@@ -372,22 +384,16 @@ int raw_echo(echo_context* context, uint32_t target) {
 int rawping(char const* device, char const* target, char const* gateway) {
     if (!isSet(device) || !isSet(target))
         return 0;
-    echo_context context;
-    std::memset(&context, 0, sizeof context);
-    context.packet_fd = -1;
-    context.icmp_fd = -1;
-    context.device = device;
-    context.target = target;
-    context.gateway = gateway;
+    EchoContext context(device, target, gateway);
     uint32_t address;
-    if (!resolve(target, &address)) {
-        probe_log(LOG_ERR, "invalid target '%s'", target);
+    if (!lookupIpv4Host(target, address)) {
+        probeLog(LOG_ERR, "invalid target '%s'", target);
         return 0;
     }
-    if (!init(&context))
+    if (!init(context))
         return 0;
-    int const result = isSet(gateway) && !onSubnet(&context, address) ? raw_echo(&context, address)
-                                                                       : ip_echo(&context, address);
-    close_sockets(&context);
+    int const result = isSet(gateway) && !onSubnet(context, address) ? rawEcho(context, address)
+                                                                     : ipEcho(context, address);
+    closeSockets(context);
     return result;
 }

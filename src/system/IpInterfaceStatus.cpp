@@ -1,4 +1,8 @@
+// Interface state through the kernel: one interface request, /sys file or address list per call.
 #include <orvik_utilities/system/IpInterfaceStatus.h>
+
+#include "internal/Descriptor.h"
+#include "internal/InterfaceName.h"
 
 #include <arpa/inet.h>
 #include <ifaddrs.h>
@@ -6,7 +10,6 @@
 #include <netinet/in.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <climits>
 #include <cstdio>
@@ -16,11 +19,10 @@ namespace {
 
 constexpr char kUplinkStatusFile[] = "/tmp/status/linkGroupManager/hotLink.0/name";
 
-bool nameFitsRequest(char const* name) {
-    if (name == nullptr)
-        return false;
-    std::size_t const length = strnlen(name, IFNAMSIZ);
-    return length < IFNAMSIZ && std::memchr(name, '/', length) == nullptr;
+// The name also becomes a path under /sys, where a '/' would lead out of the interface's
+// own directory; the kernel never gives an interface such a name.
+bool nameFitsPath(char const* name) {
+    return orvik::detail::interfaceNameFits(name) && std::strchr(name, '/') == nullptr;
 }
 
 // One interface request on a throw-away datagram socket; false when the name does not fit,
@@ -28,17 +30,11 @@ bool nameFitsRequest(char const* name) {
 // name and whatever prepare() puts in.
 template <typename Prepare>
 bool interfaceRequest(char const* name, unsigned long request, ifreq* ifr, Prepare prepare) {
-    if (!nameFitsRequest(name))
+    if (!orvik::detail::fillInterfaceRequest(*ifr, name))
         return false;
-    std::memset(ifr, 0, sizeof *ifr);
-    std::memcpy(ifr->ifr_name, name, std::strlen(name));
     prepare(ifr);
-    int const fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    if (fd < 0)
-        return false;
-    bool const done = ioctl(fd, request, ifr) == 0;
-    close(fd);
-    return done;
+    orvik::detail::Descriptor const fd = orvik::detail::openSocket(AF_INET, SOCK_DGRAM, 0);
+    return fd.isOpen() && ioctl(fd.get(), request, ifr) == 0;
 }
 
 bool interfaceRequest(char const* name, unsigned long request, ifreq* ifr) {
@@ -90,7 +86,7 @@ bool IpInterfaceStatus::isInterfaceUp(char const* name) const {
 }
 
 bool IpInterfaceStatus::isInterfaceLinkUp(char const* name) const {
-    if (!nameFitsRequest(name))
+    if (!nameFitsPath(name))
         return false;
     char path[64];
     std::snprintf(path, sizeof path, "/sys/class/net/%s/carrier", name);

@@ -1,3 +1,4 @@
+// The device model and the hardware it carries, read once from the system summary.
 #include <orvik_utilities/system/KelvoInformation.h>
 
 #include "system/ProductTable.h"

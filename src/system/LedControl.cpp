@@ -1,3 +1,4 @@
+// The front-panel LEDs and signal bars, driven through the kernel's LED event file.
 #include <orvik_utilities/system/LedControl.h>
 
 #include "system/LedEvent.h"

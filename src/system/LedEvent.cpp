@@ -1,3 +1,4 @@
+// LED event lines and the readings at which each signal-bar segment lights.
 #include "system/LedEvent.h"
 
 #include <cstdio>

@@ -1,6 +1,6 @@
 // LED event lines and the signal-bar thresholds.
-#ifndef ORVIK_SYSTEM_LED_EVENT_H
-#define ORVIK_SYSTEM_LED_EVENT_H
+#ifndef ORVIK_UTILITIES_SYSTEM_LED_EVENT_H
+#define ORVIK_UTILITIES_SYSTEM_LED_EVENT_H
 
 #include <cstddef>
 #include <cstdint>

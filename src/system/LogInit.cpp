@@ -1,3 +1,4 @@
+// syslog set-up with the program's level from the log-level file, re-read on SIGUSR1.
 #include <orvik_utilities/system/LogInit.h>
 
 #include "system/LogLevelLine.h"

@@ -1,3 +1,4 @@
+// One line of the log-level file: the program's name, then its level, clamped to 0..7.
 #include "system/LogLevelLine.h"
 
 #include <cctype>

@@ -1,6 +1,6 @@
 // Reading one line of the per-program log-level file.
-#ifndef ORVIK_SYSTEM_LOG_LEVEL_LINE_H
-#define ORVIK_SYSTEM_LOG_LEVEL_LINE_H
+#ifndef ORVIK_UTILITIES_SYSTEM_LOG_LEVEL_LINE_H
+#define ORVIK_UTILITIES_SYSTEM_LOG_LEVEL_LINE_H
 
 #include <cstdint>
 

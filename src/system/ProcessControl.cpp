@@ -1,5 +1,8 @@
+// The process table: /proc scanned into a list of entries, kept in step by updating refreshes.
 #include <orvik_utilities/system/ProcessControl.h>
 
+#include "internal/Descriptor.h"
+#include "internal/RetryAfterSignal.h"
 #include "system/ProcessIndex.h"
 #include "system/ProcessName.h"
 
@@ -7,7 +10,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -17,24 +19,25 @@ namespace {
 
 using orvik::detail::kCommandLineLimit;
 using orvik::detail::kProcessNameSize;
+using orvik::detail::ProcessIndex;
+
+constexpr char kProcPath[] = "/proc";
 
 // The process's name (see nameFromCommandLine); false when the process has gone.
 bool readName(int32_t pid, char const* directory, char (&text)[kProcessNameSize]) {
     char path[32];
-    std::snprintf(path, sizeof path, "/proc/%d/cmdline", static_cast<int>(pid));
-    int const fd = open(path, O_RDONLY | O_CLOEXEC);
-    if (fd < 0)
+    std::snprintf(path, sizeof path, "%s/%d/cmdline", kProcPath, static_cast<int>(pid));
+    orvik::detail::Descriptor const file = orvik::detail::openFile(path, O_RDONLY);
+    if (!file.isOpen())
         return false;
     std::size_t length = 0;
     while (length < kCommandLineLimit) {
-        ssize_t const got = read(fd, text + length, kCommandLineLimit - length);
-        if (got < 0 && errno == EINTR)
-            continue;
+        ssize_t const got = orvik::detail::retryAfterSignal(
+            [&] { return read(file.get(), text + length, kCommandLineLimit - length); });
         if (got <= 0)
             break;
         length += std::size_t(got);
     }
-    close(fd);
     orvik::detail::nameFromCommandLine(text, length, directory);
     return true;
 }
@@ -54,62 +57,76 @@ bool beginsWith(char const* text, char const* prefix) {
     return prefix == nullptr || std::strncmp(text, prefix, std::strlen(prefix)) == 0;
 }
 
-} // namespace
+// The table's list as a refresh grows it: new entries go to the tail and are counted.
+struct ProcessList {
+    ProcessEntry*& first;
+    int& count;
+    ProcessEntry* tail;
 
-ProcessControl::ProcessControl() : first(nullptr), processCount(0) {}
-
-ProcessControl::~ProcessControl() { ProcessControl::cleanup(); }
-
-void ProcessControl::refresh(bool update) {
-    DIR* const proc = opendir("/proc");
-    ProcessEntry* tail = nullptr;
-    orvik::detail::ProcessIndex known;
-    if (update) {
-        for (ProcessEntry* entry = first; entry != nullptr; entry = entry->getNext()) {
-            entry->setValid(false);
-            known.add(entry->getPid(), entry);
-            tail = entry;
-        }
-    } else {
-        cleanup();
-    }
-    if (proc == nullptr)
-        return;
-    while (dirent const* directory = readdir(proc)) {
-        int32_t pid;
-        if (directory->d_type != DT_DIR || !isNumeric(directory->d_name) ||
-            !orvik::detail::pidFromDirectoryName(directory->d_name, &pid))
-            continue;
-        if (update) {
-            ProcessEntry* seen = known.usable() ? known.find(pid) : getProcessEntryByPid(pid);
-            if (seen != nullptr) {
-                seen->setValid(true);
-                continue;
-            }
-        }
-        char name[kProcessNameSize];
-        if (!readName(pid, directory->d_name, name))
-            continue;
-        ProcessEntry* const entry = new (std::nothrow) ProcessEntry(pid, name);
-        if (entry == nullptr)
-            continue;
-        if (name[0] != '\0' && entry->getName()[0] == '\0') {
-            delete entry; // its name could not be copied
-            continue;
-        }
+    void append(ProcessEntry* entry) {
         if (tail == nullptr)
             first = entry;
         else
             tail->setNext(entry);
         tail = entry;
         if (holdsCommandLine(entry))
-            ++processCount;
-        if (update)
-            known.add(pid, entry);
+            ++count;
     }
-    closedir(proc);
-    if (!update)
-        return;
+};
+
+// Marking: every entry is not valid until the scan sees its process again, and is indexed
+// by id for that scan. Returns the last entry.
+ProcessEntry* markAll(ProcessEntry* first, ProcessIndex& known) {
+    ProcessEntry* tail = nullptr;
+    for (ProcessEntry* entry = first; entry != nullptr; entry = entry->getNext()) {
+        entry->setValid(false);
+        known.add(entry->getPid(), entry);
+        tail = entry;
+    }
+    return tail;
+}
+
+// A new entry for the process; null when the process has gone or the entry (or its copy
+// of the name) cannot be allocated.
+ProcessEntry* newEntry(int32_t pid, char const* directoryName) {
+    char name[kProcessNameSize];
+    if (!readName(pid, directoryName, name))
+        return nullptr;
+    ProcessEntry* const entry = new (std::nothrow) ProcessEntry(pid, name);
+    if (entry != nullptr && name[0] != '\0' && entry->getName()[0] == '\0') {
+        delete entry;
+        return nullptr;
+    }
+    return entry;
+}
+
+// Scanning: a process already in the table (known, when updating) is marked valid again;
+// any other gets a new entry at the tail.
+void scanProcesses(ProcessControl& table, DIR* proc, ProcessIndex* known, ProcessList& list) {
+    while (dirent const* directory = readdir(proc)) {
+        int32_t pid;
+        if (directory->d_type != DT_DIR || !table.isNumeric(directory->d_name) ||
+            !orvik::detail::pidFromDirectoryName(directory->d_name, &pid))
+            continue;
+        if (known != nullptr) {
+            ProcessEntry* const seen =
+                known->usable() ? known->find(pid) : table.getProcessEntryByPid(pid);
+            if (seen != nullptr) {
+                seen->setValid(true);
+                continue;
+            }
+        }
+        ProcessEntry* const entry = newEntry(pid, directory->d_name);
+        if (entry == nullptr)
+            continue;
+        list.append(entry);
+        if (known != nullptr)
+            known->add(pid, entry);
+    }
+}
+
+// Sweeping: the entries still not valid belong to processes that have gone.
+void sweepInvalid(ProcessEntry*& first, int& count) {
     ProcessEntry* entry = first;
     ProcessEntry* kept = nullptr;
     first = nullptr;
@@ -124,11 +141,33 @@ void ProcessControl::refresh(bool update) {
             kept = entry;
         } else {
             if (holdsCommandLine(entry))
-                --processCount;
+                --count;
             delete entry;
         }
         entry = next;
     }
+}
+
+} // namespace
+
+ProcessControl::ProcessControl() : first(nullptr), processCount(0) {}
+
+ProcessControl::~ProcessControl() { ProcessControl::cleanup(); }
+
+void ProcessControl::refresh(bool update) {
+    DIR* const proc = opendir(kProcPath);
+    ProcessIndex known;
+    ProcessList list{first, processCount, nullptr};
+    if (update)
+        list.tail = markAll(first, known);
+    else
+        cleanup();
+    if (proc == nullptr)
+        return;
+    scanProcesses(*this, proc, update ? &known : nullptr, list);
+    closedir(proc);
+    if (update)
+        sweepInvalid(first, processCount);
 }
 
 ProcessEntry* ProcessControl::getNextProcessEntryByName(char const* name,

@@ -1,3 +1,4 @@
+// One process of the table: its id, its own copy of its name, and the list link.
 #include <orvik_utilities/system/ProcessEntry.h>
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// The id-to-entry index of an updating refresh: open addressing that grows by doubling.
 #include "system/ProcessIndex.h"
 
 #include <new>

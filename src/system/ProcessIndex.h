@@ -1,7 +1,7 @@
 // Process id to table entry, so that an updating refresh matches each directory entry of
 // /proc to the table without walking the table for each one.
-#ifndef ORVIK_SYSTEM_PROCESS_INDEX_H
-#define ORVIK_SYSTEM_PROCESS_INDEX_H
+#ifndef ORVIK_UTILITIES_SYSTEM_PROCESS_INDEX_H
+#define ORVIK_UTILITIES_SYSTEM_PROCESS_INDEX_H
 
 #include <cstdint>
 

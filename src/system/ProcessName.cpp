@@ -1,3 +1,4 @@
+// Process ids from /proc directory names, and names from command-line bytes.
 #include "system/ProcessName.h"
 
 #include <cstdio>

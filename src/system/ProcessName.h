@@ -1,7 +1,7 @@
 // The two texts a /proc scan reads: a directory name that is a process id, and the bytes
 // of a command line, which become the table's name for the process.
-#ifndef ORVIK_SYSTEM_PROCESS_NAME_H
-#define ORVIK_SYSTEM_PROCESS_NAME_H
+#ifndef ORVIK_UTILITIES_SYSTEM_PROCESS_NAME_H
+#define ORVIK_UTILITIES_SYSTEM_PROCESS_NAME_H
 
 #include <cstddef>
 #include <cstdint>

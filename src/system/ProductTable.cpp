@@ -1,3 +1,4 @@
+// The model table: the name each model has in the summary, in the order names are tried.
 #include "system/ProductTable.h"
 
 #include <cstring>

@@ -1,6 +1,6 @@
 // Which device model a system summary names, and the parts that model carries.
-#ifndef ORVIK_SYSTEM_PRODUCT_TABLE_H
-#define ORVIK_SYSTEM_PRODUCT_TABLE_H
+#ifndef ORVIK_UTILITIES_SYSTEM_PRODUCT_TABLE_H
+#define ORVIK_UTILITIES_SYSTEM_PRODUCT_TABLE_H
 
 #include <cstdint>
 

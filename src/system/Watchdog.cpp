@@ -1,5 +1,8 @@
+// The watchdog service's client: one process-wide datagram socket and its four requests.
 #include <orvik_utilities/system/Watchdog.h>
 
+#include "internal/Descriptor.h"
+#include "internal/RetryAfterSignal.h"
 #include "system/WatchdogMessage.h"
 
 #include <sys/socket.h>
@@ -34,12 +37,11 @@ socklen_t unixAddress(sockaddr_un* address, char const* path) {
 }
 
 int openClient(char const* name) {
-    int const fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    if (fd < 0)
-        return fd;
-    if (watchdogSocket >= 0)
-        close(watchdogSocket);
-    watchdogSocket = fd;
+    orvik::detail::Descriptor fresh = orvik::detail::openSocket(AF_UNIX, SOCK_DGRAM, 0);
+    if (!fresh.isOpen())
+        return -1;
+    orvik::detail::closeDescriptor(watchdogSocket);
+    watchdogSocket = fresh.release();
     serviceAddressLength = unixAddress(&serviceAddress, kServicePath);
 
     char path[kUnixPathSize];
@@ -51,17 +53,16 @@ int openClient(char const* name) {
     unlink(path);
     sockaddr_un client;
     socklen_t const length = unixAddress(&client, path);
-    return bind(fd, reinterpret_cast<sockaddr const*>(&client), length);
+    return bind(watchdogSocket, reinterpret_cast<sockaddr const*>(&client), length);
 }
 
 bool sendMessage(uint32_t cmd, int32_t pid, uint32_t value, char const* name) {
     unsigned char message[kWatchdogMessageSize];
     orvik::detail::buildWatchdogMessage(message, cmd, pid, value, name);
-    ssize_t sent;
-    do {
-        sent = sendto(watchdogSocket, message, sizeof message, 0,
+    ssize_t const sent = orvik::detail::retryAfterSignal([&message] {
+        return sendto(watchdogSocket, message, sizeof message, 0,
                       reinterpret_cast<sockaddr const*>(&serviceAddress), serviceAddressLength);
-    } while (sent < 0 && errno == EINTR);
+    });
     return sent == static_cast<ssize_t>(sizeof message);
 }
 

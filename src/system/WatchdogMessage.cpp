@@ -1,3 +1,4 @@
+// The watchdog service's 76-byte datagram and the client's socket path.
 #include "system/WatchdogMessage.h"
 
 #include <cstring>

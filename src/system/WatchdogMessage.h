@@ -1,6 +1,6 @@
 // The watchdog service's datagram and the client's socket path.
-#ifndef ORVIK_SYSTEM_WATCHDOG_MESSAGE_H
-#define ORVIK_SYSTEM_WATCHDOG_MESSAGE_H
+#ifndef ORVIK_UTILITIES_SYSTEM_WATCHDOG_MESSAGE_H
+#define ORVIK_UTILITIES_SYSTEM_WATCHDOG_MESSAGE_H
 
 #include <cstddef>
 #include <cstdint>
