@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <ctime>
 #include <syslog.h>
+#include <unistd.h>
 
 namespace {
 
@@ -53,7 +54,7 @@ int main(int argc, char** argv) {
     if (kx_watchdog_register(static_cast<unsigned int>(timeout), 0, name.buffer()) == 0)
         syslog(LOG_WARNING, "watchdog service not reached; running unsupervised");
     syslog(LOG_NOTICE, "started, feeding every %ld s", interval);
-    std::printf("%s: started\n", name.buffer());
+    std::printf("%s: started, pid %d\n", name.buffer(), static_cast<int>(getpid()));
     std::fflush(stdout);
 
     for (long tick = 1; !stopRequested && (ticks == 0 || tick <= ticks); ++tick) {
