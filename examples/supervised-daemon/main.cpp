@@ -4,19 +4,18 @@
 #include <orvik_utilities/system/LogInit.h>
 #include <orvik_utilities/system/Watchdog.h>
 
+#include <syslog.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdio>
 #include <ctime>
-#include <syslog.h>
-#include <unistd.h>
 
 namespace {
 
 volatile std::sig_atomic_t stopRequested = 0;
 
-void requestStop(int) {
-    stopRequested = 1;
-}
+void requestStop(int) { stopRequested = 1; }
 
 // Sleeps the interval; a signal ends the sleep early so that SIGTERM is seen at once.
 void sleepFor(long seconds) {

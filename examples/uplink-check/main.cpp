@@ -4,19 +4,18 @@
 #include <orvik_utilities/numbers/IntegerText.h>
 #include <orvik_utilities/system/LedControl.h>
 
+#include <syslog.h>
+
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <syslog.h>
 
 namespace {
 
 volatile std::sig_atomic_t stopRequested = 0;
 
-void requestStop(int) {
-    stopRequested = 1;
-}
+void requestStop(int) { stopRequested = 1; }
 
 int usage() {
     std::fprintf(stderr, "usage: orvik-uplink-check [-i SECONDS] [-n COUNT] DEVICE TARGET "

@@ -1,7 +1,7 @@
 // base64: the library's codec over a stream, a chunk at a time.
-#include "Tool.h"
-
 #include <orvik_utilities/numbers/Base64.h>
+
+#include "Tool.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -12,6 +12,8 @@
 namespace {
 
 constexpr int32_t kDefaultLine = 76;
+// A line's worth of input is the unit of each encode call; this keeps it within a chunk.
+constexpr int32_t kMaxLine = 65536;
 
 // The library ends its lines in "\r\n"; on a terminal and beside base64(1) a line ends in
 // '\n'.
@@ -19,7 +21,8 @@ void printLines(String const& text) {
     char const* at = text.buffer();
     char const* end = at + text.length();
     while (at < end) {
-        char const* cr = static_cast<char const*>(std::memchr(at, '\r', static_cast<std::size_t>(end - at)));
+        char const* cr =
+            static_cast<char const*>(std::memchr(at, '\r', static_cast<std::size_t>(end - at)));
         char const* stop = cr == nullptr ? end : cr;
         std::fwrite(at, 1, static_cast<std::size_t>(stop - at), stdout);
         at = stop == end ? end : stop + 1;
@@ -27,14 +30,15 @@ void printLines(String const& text) {
 }
 
 bool inAlphabet(char c) {
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') ||
-           c == '+' || c == '/';
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '+' ||
+           c == '/';
 }
 
 int encode(char const* path, int32_t line) {
     // Each chunk holds whole lines, so the library's breaks fall where one long text would
     // have them.
-    std::size_t lineBytes = line == 0 ? 3 : 3 * static_cast<std::size_t>(line / 4 > 0 ? line / 4 : 1);
+    std::size_t lineBytes =
+        line == 0 ? 3 : 3 * static_cast<std::size_t>(line / 4 > 0 ? line / 4 : 1);
     std::size_t chunk = tool::kChunk / lineBytes * lineBytes;
     std::vector<unsigned char> pending;
     bool failed = false;
@@ -95,13 +99,16 @@ int runBase64(int argc, char** argv) {
     bool decoding = false;
     int32_t line = kDefaultLine;
     tool::Option const options[] = {{"decode", false, 'd'}, {"wrap", true, 'w'}};
-    int first = tool::parseOptions("base64", argc, argv, options, 2, [&](int key, char const* value) {
-        if (key == 'd')
-            decoding = true;
-        else if (!tool::parseInt(value, 0, INT32_MAX, line))
-            return tool::usage("base64", "LINE '%s' is not a number from 0", value), false;
-        return true;
-    });
+    int first =
+        tool::parseOptions("base64", argc, argv, options, 2, [&](int key, char const* value) {
+            if (key == 'd')
+                decoding = true;
+            else if (!tool::parseInt(value, 0, kMaxLine, line))
+                return tool::usage("base64", "LINE '%s' is not a number from 0 to %d", value,
+                                   kMaxLine),
+                       false;
+            return true;
+        });
     if (first < 0)
         return tool::kUsage;
     if (argc - first > 1)

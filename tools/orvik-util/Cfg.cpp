@@ -1,14 +1,15 @@
 // cfg: lookups in a tag=value file through ConfigReader.
+#include <orvik_utilities/config/ConfigReader.h>
+
 #include "Tool.h"
 
-#include <orvik_utilities/config/ConfigReader.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <set>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -78,12 +79,15 @@ int get(int argc, char** argv) {
     ConfigReader reader;
     initializeQuietly(reader, argv[1]);
     String const absent;
-    String const& value = argc == 4
-        ? reader.getIndexedValue(String(argv[2]), static_cast<unsigned long>(index), absent)
-        : reader.getValue(String(argv[2]), absent);
+    String const& value =
+        argc == 4
+            ? reader.getIndexedValue(String(argv[2]), static_cast<unsigned long>(index), absent)
+            : reader.getValue(String(argv[2]), absent);
     if (&value == &absent)
-        return tool::fail(tool::kFailed, "no tag '%s' in %s: list the tags with 'orvik-util "
-                                         "cfg dump %s'", argv[2], argv[1], argv[1]);
+        return tool::fail(tool::kFailed,
+                          "no tag '%s' in %s: list the tags with 'orvik-util "
+                          "cfg dump %s'",
+                          argv[2], argv[1], argv[1]);
     printValue(value);
     std::putchar('\n');
     return tool::kOk;

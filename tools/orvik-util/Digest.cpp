@@ -1,8 +1,8 @@
 // md5, sha1: digests of files, in md5sum's and sha1sum's shape.
-#include "Tool.h"
-
 #include <orvik_utilities/crypto/Md5HashContext.h>
 #include <orvik_utilities/crypto/Sha1HashContext.h>
+
+#include "Tool.h"
 
 #include <cstdio>
 #include <cstring>

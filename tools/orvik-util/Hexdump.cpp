@@ -1,7 +1,7 @@
 // hexdump: the library's word dump over a stream.
-#include "Tool.h"
-
 #include <orvik_utilities/numbers/Converters.h>
+
+#include "Tool.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -17,7 +17,8 @@ constexpr std::size_t kWords = tool::kChunk / 4;
 // that would be a blank line in the middle of the output.
 void dump(uint32_t const* words, std::size_t count) {
     int32_t bytes = static_cast<int32_t>(count);
-    std::vector<char> text(static_cast<std::size_t>(nbrOfChars_forDataChunk2String(bytes, kLineBytes)) + 1);
+    std::vector<char> text(
+        static_cast<std::size_t>(nbrOfChars_forDataChunk2String(bytes, kLineBytes)) + 1);
     dataChunk2String(words, text.data(), bytes, kLineBytes);
     std::size_t length = std::strlen(text.data());
     if (length >= 1 && (length == 1 || text[length - 2] == '\n'))

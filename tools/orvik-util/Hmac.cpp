@@ -1,9 +1,9 @@
 // hmac: HMAC-MD5 or HMAC-SHA-1 of one stream.
-#include "Tool.h"
-
 #include <orvik_utilities/crypto/HmacContext.h>
 #include <orvik_utilities/crypto/Md5HashContext.h>
 #include <orvik_utilities/crypto/Sha1HashContext.h>
+
+#include "Tool.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -22,19 +22,21 @@ int runHmac(int argc, char** argv) {
     char const* key = nullptr;
     char const* keyFile = nullptr;
     int32_t length = 0;
-    tool::Option const options[] = {{"hash", true, 'a'}, {"key", true, 'k'},
-                                    {"key-file", true, 'f'}, {"length", true, 'l'}};
-    int first = tool::parseOptions("hmac", argc, argv, options, 4, [&](int option, char const* value) {
-        if (option == 'a')
-            hash = value;
-        else if (option == 'k')
-            key = value;
-        else if (option == 'f')
-            keyFile = value;
-        else if (!tool::parseInt(value, 1, 20, length))
-            return tool::usage("hmac", "LENGTH '%s' is not a number from 1 to 20", value), false;
-        return true;
-    });
+    tool::Option const options[] = {
+        {"hash", true, 'a'}, {"key", true, 'k'}, {"key-file", true, 'f'}, {"length", true, 'l'}};
+    int first =
+        tool::parseOptions("hmac", argc, argv, options, 4, [&](int option, char const* value) {
+            if (option == 'a')
+                hash = value;
+            else if (option == 'k')
+                key = value;
+            else if (option == 'f')
+                keyFile = value;
+            else if (!tool::parseInt(value, 1, 20, length))
+                return tool::usage("hmac", "LENGTH '%s' is not a number from 1 to 20", value),
+                       false;
+            return true;
+        });
     if (first < 0)
         return tool::kUsage;
     if (hash == nullptr || (std::strcmp(hash, "md5") != 0 && std::strcmp(hash, "sha1") != 0))
@@ -67,15 +69,15 @@ int runHmac(int argc, char** argv) {
     context.initialize(reinterpret_cast<unsigned char const*>(keyBytes.data()), keyBytes.size(),
                        static_cast<unsigned long>(length));
     char const* path = first < argc ? argv[first] : nullptr;
-    int error = tool::readChunks(path, [&](unsigned char const* bytes, std::size_t count) {
-        context.hash(bytes, count);
-    });
+    int error = tool::readChunks(
+        path, [&](unsigned char const* bytes, std::size_t count) { context.hash(bytes, count); });
     if (error != 0)
         return tool::fail(tool::kFailed, "cannot read %s: %s", tool::displayName(path),
                           std::strerror(error));
     unsigned char code[20];
     context.getHash(code);
-    tool::printHex(code, std::min(context.getReturnedHashLength(), context.getCompleteHashLength()));
+    tool::printHex(code,
+                   std::min(context.getReturnedHashLength(), context.getCompleteHashLength()));
     std::printf("  %s\n", tool::displayName(path));
     return tool::kOk;
 }

@@ -1,13 +1,14 @@
 // iface: state of one network interface, or one change to it, through IpInterfaceStatus.
-#include "Tool.h"
-
 #include <orvik_utilities/net/IpAddress.h>
 #include <orvik_utilities/system/IpInterfaceStatus.h>
+
+#include "Tool.h"
+
+#include <net/if.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <net/if.h>
 
 namespace {
 
@@ -60,8 +61,10 @@ int runIface(int argc, char** argv) {
         return tool::usage("iface", "needs an interface NAME");
     char const* name = argv[1];
     if (std::strlen(name) >= IF_NAMESIZE || std::strchr(name, '/') != nullptr)
-        return tool::usage("iface", "'%s' cannot be an interface name (at most %d characters, "
-                                    "no '/')", name, IF_NAMESIZE - 1);
+        return tool::usage("iface",
+                           "'%s' cannot be an interface name (at most %d characters, "
+                           "no '/')",
+                           name, IF_NAMESIZE - 1);
     if (if_nametoindex(name) == 0)
         return tool::fail(tool::kFailed, "no interface '%s': list them with 'ip link'", name);
     IpInterfaceStatus status;
@@ -83,7 +86,8 @@ int runIface(int argc, char** argv) {
         IpAddress address{String(value)};
         if (address.isEmpty() || std::strchr(value, '/') != nullptr)
             return tool::usage("iface", "'%s' is not a dotted IPv4 address", value);
-        if (!status.setIpV4Address(name, static_cast<unsigned int>(address.getV4IpAddrAsBinaryUInt32())))
+        if (!status.setIpV4Address(name,
+                                   static_cast<unsigned int>(address.getV4IpAddrAsBinaryUInt32())))
             return refused("set the address of", name);
         return tool::kOk;
     }

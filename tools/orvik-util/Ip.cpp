@@ -1,16 +1,14 @@
 // ip: one IPv4 address and mask, taken apart by IpAddress.
-#include "Tool.h"
-
 #include <orvik_utilities/net/IpAddress.h>
+
+#include "Tool.h"
 
 #include <cstdio>
 #include <cstring>
 
 namespace {
 
-char const* yesNo(bool value) {
-    return value ? "yes" : "no";
-}
+char const* yesNo(bool value) { return value ? "yes" : "no"; }
 
 char addressClass(IpAddress const& address) {
     if (address.isV4ClassA())
@@ -47,8 +45,10 @@ int runIp(int argc, char** argv) {
         return tool::usage("ip", "needs one ADDRESS[/PREFIX|/MASK] or --default");
     IpAddress address = parse(argv[1]);
     if (address.isEmpty())
-        return tool::usage("ip", "'%s' is not a dotted IPv4 address with an optional /PREFIX "
-                                 "(0-32) or /MASK", argv[1]);
+        return tool::usage("ip",
+                           "'%s' is not a dotted IPv4 address with an optional /PREFIX "
+                           "(0-32) or /MASK",
+                           argv[1]);
 
     uint32_t mask = static_cast<uint32_t>(address.getV4NetMaskAsBinaryUInt32());
     uint32_t network = static_cast<uint32_t>(address.getV4NetAddrAsBinaryUInt32());

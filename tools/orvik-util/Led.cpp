@@ -1,7 +1,7 @@
 // led, rssi: the front-panel LEDs and the signal bar through LedControl.
-#include "Tool.h"
-
 #include <orvik_utilities/system/LedControl.h>
+
+#include "Tool.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -10,12 +10,11 @@
 namespace {
 
 constexpr char const* kEventFile = "/sys/devices/system/leds/leds0/event";
-constexpr char const* kLedNames[] = {"pwr",  "ready", "sig0", "sig1", "sig2", "sig3",
-                                     "gsm",  "wlan",  "vpn",  "gps",  "onbrd"};
+constexpr char const* kLedNames[] = {"pwr", "ready", "sig0", "sig1", "sig2", "sig3",
+                                     "gsm", "wlan",  "vpn",  "gps",  "onbrd"};
 constexpr char const* kStateNames[] = {"off", "on", "slow", "fast"};
 
-template <std::size_t N>
-int lookup(char const* const (&names)[N], char const* text) {
+template <std::size_t N> int lookup(char const* const (&names)[N], char const* text) {
     for (std::size_t i = 0; i < N; ++i)
         if (std::strcmp(names[i], text) == 0)
             return static_cast<int>(i);
@@ -25,8 +24,10 @@ int lookup(char const* const (&names)[N], char const* text) {
 int explain(int result) {
     int error = errno;
     if (result == -3)
-        return tool::fail(tool::kFailed, "cannot open %s: %s: is the LED driver loaded, are you "
-                                         "root?", kEventFile, std::strerror(error));
+        return tool::fail(tool::kFailed,
+                          "cannot open %s: %s: is the LED driver loaded, are you "
+                          "root?",
+                          kEventFile, std::strerror(error));
     return tool::fail(tool::kFailed, "cannot write %s: %s", kEventFile, std::strerror(error));
 }
 

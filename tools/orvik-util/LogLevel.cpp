@@ -1,10 +1,11 @@
 // loglevel: the level a program gets from /etc/log/log.cfg, by starting its logging.
-#include "Tool.h"
-
 #include <orvik_utilities/system/LogInit.h>
 
-#include <cstdio>
+#include "Tool.h"
+
 #include <syslog.h>
+
+#include <cstdio>
 
 namespace {
 
@@ -24,8 +25,10 @@ int runLoglevel(int argc, char** argv) {
     int mask = setlogmask(0);
     closelog();
     if (mask == kUntouched)
-        return tool::fail(tool::kFailed, "cannot open %s: does /etc/log exist and may you "
-                                         "write there?", kLevelFile);
+        return tool::fail(tool::kFailed,
+                          "cannot open %s: does /etc/log exist and may you "
+                          "write there?",
+                          kLevelFile);
     int level = 0;
     while (level < 7 && (mask & LOG_MASK(level + 1)) != 0)
         ++level;

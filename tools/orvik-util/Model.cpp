@@ -1,14 +1,14 @@
 // model: the device model and its fitted parts from KelvoInformation.
-#include "Tool.h"
-
 #include <orvik_utilities/system/KelvoInformation.h>
+
+#include "Tool.h"
 
 #include <cstdio>
 
 namespace {
 
-constexpr char const* kModelNames[] = {"unknown", "TQ5010", "TQ5320", "TQ5321",
-                                       "TQ5630",  "TQ5631", "TQ5850", "TQ5851",
+constexpr char const* kModelNames[] = {"unknown", "TQ5010",  "TQ5320", "TQ5321",
+                                       "TQ5630",  "TQ5631",  "TQ5850", "TQ5851",
                                        "TQ5800",  "TQ5800R", "TQ5900", "TQ5900R"};
 
 } // namespace

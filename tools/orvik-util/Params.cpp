@@ -1,7 +1,7 @@
 // params: the one-line string form of a ParamList, both ways.
-#include "Tool.h"
-
 #include <orvik_utilities/config/ParamList.h>
+
+#include "Tool.h"
 
 #include <cstdio>
 #include <cstring>

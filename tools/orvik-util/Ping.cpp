@@ -1,20 +1,22 @@
 // ping: echo requests with round-trip times through PingClient, falling back to the kernel's
 // unprivileged ICMP datagram socket where raw sockets are not allowed.
-#include "Tool.h"
-
 #include <orvik_utilities/net/PingClient.h>
 
+#include "Tool.h"
+
 #include <arpa/inet.h>
-#include <cerrno>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <ctime>
+#include <net/if.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
 
 namespace {
 
@@ -58,8 +60,8 @@ class RawProber : public Prober, private PingClient {
 public:
     int probe(Options const& options, double deadline) override {
         int sent = options.interface != nullptr
-            ? sendPingFromInterface(options.host, options.interface)
-            : sendSimplePing(options.host, options.source);
+                       ? sendPingFromInterface(options.host, options.interface)
+                       : sendSimplePing(options.host, options.source);
         if (sent != 0)
             return 1;
         for (;;) {
@@ -176,8 +178,7 @@ int parse(int argc, char** argv, Options& options) {
         if (key == 'c' && !tool::parseInt(value, 1, 1000000, options.count))
             return tool::usage("ping", "COUNT '%s' is not a number from 1", value), false;
         if (key == 'W' && !tool::parseInt(value, 1, 3600, options.wait))
-            return tool::usage("ping", "SECONDS '%s' is not a number from 1 to 3600", value),
-                   false;
+            return tool::usage("ping", "SECONDS '%s' is not a number from 1 to 3600", value), false;
         if (key == 'I')
             options.interface = value;
         if (key == 'S')
@@ -204,6 +205,9 @@ int runPing(int argc, char** argv) {
     int status = parse(argc, argv, options);
     if (status != tool::kOk)
         return status;
+    if (options.interface != nullptr && if_nametoindex(options.interface) == 0)
+        return tool::fail(tool::kFailed, "no interface '%s': list them with 'ip link'",
+                          options.interface);
     sockaddr_in target{};
     if (!resolve(options.host, target))
         return tool::fail(tool::kFailed, "cannot resolve '%s': check the name", options.host);
@@ -230,9 +234,10 @@ int runPing(int argc, char** argv) {
         if (result == 1 || result == 3) {
             int error = errno;
             std::printf("seq=%d %s\n", sent + 1, result == 1 ? "not sent" : "receive failed");
-            status = tool::fail(tool::kFailed, "cannot %s %s: %s", result == 1 ? "send to" : "receive from",
-                                options.host, std::strerror(error));
-            ++sent;
+            status = tool::fail(tool::kFailed, "cannot %s %s: %s",
+                                result == 1 ? "send to" : "receive from", options.host,
+                                std::strerror(error));
+            sent += result == 3 ? 1 : 0;
             break;
         }
         if (result == 0) {

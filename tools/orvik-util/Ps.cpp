@@ -1,7 +1,7 @@
 // ps: the process table as ProcessControl reads it from /proc.
-#include "Tool.h"
-
 #include <orvik_utilities/system/ProcessControl.h>
+
+#include "Tool.h"
 
 #include <cstdio>
 
@@ -18,8 +18,9 @@ int runPs(int argc, char** argv) {
         ++shown;
     }
     if (name != nullptr && shown == 0)
-        return tool::fail(tool::kFailed, "no process whose command line begins with '%s' "
-                                         "(give the program as started, e.g. /usr/sbin/%s)",
+        return tool::fail(tool::kFailed,
+                          "no process whose command line begins with '%s' "
+                          "(give the program as started, e.g. /usr/sbin/%s)",
                           name, name);
     if (shown == 0)
         return tool::fail(tool::kFailed, "no process found: is /proc mounted?");

@@ -1,16 +1,17 @@
 // rawping: the one-interface echo probe, its log lines shown as they go to syslog.
-#include "Tool.h"
-
 #include <orvik_utilities/net/RawPing.h>
 
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
+#include "Tool.h"
+
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <syslog.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 
 int runRawping(int argc, char** argv) {
     if (argc < 3 || argc > 4 || argv[1][0] == '\0' || argv[2][0] == '\0')
@@ -29,8 +30,8 @@ int runRawping(int argc, char** argv) {
     openlog("orvik-util", LOG_PID | LOG_PERROR, LOG_USER);
     int answered = rawping(device, argv[2], argc == 4 ? argv[3] : nullptr);
     closelog();
-    std::printf("%s %s through %s%s%s\n", argv[2], answered ? "answered" : "did not answer",
-                device, argc == 4 ? " via " : "", argc == 4 ? argv[3] : "");
+    std::printf("%s %s through %s%s%s\n", argv[2], answered ? "answered" : "did not answer", device,
+                argc == 4 ? " via " : "", argc == 4 ? argv[3] : "");
     std::printf("log: syslog (user.err), also copied to standard error\n");
     return answered ? tool::kOk : tool::kFailed;
 }

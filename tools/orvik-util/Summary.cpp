@@ -1,6 +1,4 @@
 // The default run: what this host looks like through the library, on any Linux machine.
-#include "Tool.h"
-
 #include <orvik_utilities/crypto/Md5HashContext.h>
 #include <orvik_utilities/crypto/Sha1HashContext.h>
 #include <orvik_utilities/net/IpAddress.h>
@@ -8,8 +6,11 @@
 #include <orvik_utilities/system/KelvoInformation.h>
 #include <orvik_utilities/system/ProcessControl.h>
 
-#include <cstdio>
+#include "Tool.h"
+
 #include <net/if.h>
+
+#include <cstdio>
 
 char const* modelName(int model);
 
@@ -50,6 +51,7 @@ int runSummary(int, char**) {
     bool sha1Passed = sha1.test() == 0;
     std::printf("self-test: md5 %s, sha1 %s\n", md5Passed ? "passed" : "FAILED",
                 sha1Passed ? "passed" : "FAILED");
-    return md5Passed && sha1Passed ? tool::kOk : tool::fail(tool::kFailed, "hash self-test failed: the library "
-                                                          "is broken on this machine");
+    return md5Passed && sha1Passed ? tool::kOk
+                                   : tool::fail(tool::kFailed, "hash self-test failed: the library "
+                                                               "is broken on this machine");
 }

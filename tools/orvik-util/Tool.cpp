@@ -4,13 +4,14 @@
 #include <orvik_utilities/net/IpAddress.h>
 #include <orvik_utilities/numbers/IntegerText.h>
 
+#include <fcntl.h>
+#include <getopt.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
-#include <getopt.h>
-#include <unistd.h>
 #include <string>
 #include <vector>
 
@@ -46,7 +47,8 @@ int usage(char const* subcommand, char const* format, ...) {
     return kUsage;
 }
 
-int readChunks(char const* path, std::function<void(unsigned char const*, std::size_t)> const& consume) {
+int readChunks(char const* path,
+               std::function<void(unsigned char const*, std::size_t)> const& consume) {
     bool standardInput = path == nullptr || std::strcmp(path, "-") == 0;
     int fd = standardInput ? STDIN_FILENO : open(path, O_RDONLY | O_CLOEXEC);
     if (fd < 0)
@@ -70,9 +72,7 @@ int readChunks(char const* path, std::function<void(unsigned char const*, std::s
     return error;
 }
 
-char const* displayName(char const* path) {
-    return path == nullptr ? "-" : path;
-}
+char const* displayName(char const* path) { return path == nullptr ? "-" : path; }
 
 bool parseInt(char const* text, int32_t minimum, int32_t maximum, int32_t& value) {
     int32_t status = -1;
@@ -101,9 +101,9 @@ int parseOptions(char const* subcommand, int argc, char** argv, Option const* op
     std::vector<struct option> longOptions;
     std::string shortOptions = "+:";
     for (std::size_t i = 0; i < count; ++i) {
-        longOptions.push_back({options[i].name, options[i].hasArgument ? required_argument
-                                                                       : no_argument,
-                               nullptr, options[i].key});
+        longOptions.push_back({options[i].name,
+                               options[i].hasArgument ? required_argument : no_argument, nullptr,
+                               options[i].key});
         if (options[i].key < 128) {
             shortOptions += static_cast<char>(options[i].key);
             if (options[i].hasArgument)

@@ -21,7 +21,8 @@ int usage(char const* subcommand, char const* format, ...) __attribute__((format
 /// Feeds the file (or standard input for "-" or null) to consume in pieces of at most
 /// kChunk bytes, so any size takes the same memory. 0, or the errno of the failed open/read.
 constexpr std::size_t kChunk = 64 * 1024;
-int readChunks(char const* path, std::function<void(unsigned char const*, std::size_t)> const& consume);
+int readChunks(char const* path,
+               std::function<void(unsigned char const*, std::size_t)> const& consume);
 /// The name to show for a path in messages and digest lines.
 char const* displayName(char const* path);
 

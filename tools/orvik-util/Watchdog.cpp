@@ -1,7 +1,7 @@
 // watchdog: single messages to the watchdog service, as a daemon's client would send them.
-#include "Tool.h"
-
 #include <orvik_utilities/system/Watchdog.h>
+
+#include "Tool.h"
 
 #include <cstdio>
 #include <cstring>
@@ -11,9 +11,7 @@ namespace {
 // feed and unregister never make the client socket themselves; this process needs one.
 char gClientName[] = "orvik-util";
 
-bool pid(char const* text, int32_t& value) {
-    return tool::parseInt(text, 1, INT32_MAX, value);
-}
+bool pid(char const* text, int32_t& value) { return tool::parseInt(text, 1, INT32_MAX, value); }
 
 } // namespace
 

@@ -88,11 +88,10 @@ constexpr Subcommand kSubcommands[] = {
 };
 
 void printToolHelp(std::FILE* out) {
-    std::fprintf(out,
-                 "usage: orvik-util [SUBCOMMAND [ARGUMENTS...]]\n"
-                 "       orvik-util --help | --version | SUBCOMMAND --help\n\n"
-                 "Without a subcommand, prints a summary of this host.\n\n"
-                 "subcommands:\n");
+    std::fprintf(out, "usage: orvik-util [SUBCOMMAND [ARGUMENTS...]]\n"
+                      "       orvik-util --help | --version | SUBCOMMAND --help\n\n"
+                      "Without a subcommand, prints a summary of this host.\n\n"
+                      "subcommands:\n");
     for (auto const& command : kSubcommands)
         std::fprintf(out, "  %-9s %s\n", command.name, command.summary);
     std::fprintf(out, "\nExit status: 0 success, 1 the operation failed, 2 bad usage.\n");

@@ -1,13 +1,14 @@
 // Stands in for the watchdog service: binds its socket path, prints each 76-byte message as
 // "cmd pid value name", and exits after COUNT messages or five quiet seconds.
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 int main(int argc, char** argv) {
     if (argc != 3)
