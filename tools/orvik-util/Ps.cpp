@@ -4,6 +4,7 @@
 #include "Tool.h"
 
 #include <cstdio>
+#include <cstring>
 
 int runPs(int argc, char** argv) {
     if (argc > 2)
@@ -19,9 +20,10 @@ int runPs(int argc, char** argv) {
     }
     if (name != nullptr && shown == 0)
         return tool::fail(tool::kFailed,
-                          "no process whose command line begins with '%s' "
-                          "(give the program as started, e.g. /usr/sbin/%s)",
-                          name, name);
+                          "no process whose command line begins with '%s'%s", name,
+                          std::strchr(name, '/') != nullptr
+                              ? ""
+                              : " (a program started by its path matches only with the path)");
     if (shown == 0)
         return tool::fail(tool::kFailed, "no process found: is /proc mounted?");
     return tool::kOk;
