@@ -5,11 +5,15 @@ Configures and builds bench/device for armel (the library in Release, every
 *_cost.cpp probe at -O2), asks each probe for its cases ("prog list"), counts every
 case and its peer with armcount, and prints one row per case:
 
-  bench/device/run.py [--build DIR] [--jobs 2] [--n1 10] [--n2 110] [--only REGEX]
+  bench/device/run.py [--build DIR] [--jobs 2] [--budget 12000000] [--only REGEX]
                       [--markdown]
 
-A case whose peer is "-" and that is nobody's peer gets a row without a ratio.
-The ratio is peer / ours: how many times fewer instructions the library executes.
+Each case is first counted roughly (0 and 10 repetitions); it is then counted with
+armcount's own 100 and 1,100 repetitions, or with 10 and 110 when 1,100 repetitions
+would execute more than the budget of instructions (qemu's single-stepping logs about
+a million a second). Probes keep their work the same over any 100 consecutive
+repetitions. A case whose peer is "-" and that is nobody's peer gets a row without a
+ratio. The ratio is peer / ours: how many times fewer instructions the library executes.
 """
 import argparse
 import concurrent.futures
@@ -50,7 +54,7 @@ def cases(program):
     return listed
 
 
-def count(program, case, n1, n2):
+def armcount(program, case, n1, n2):
     out = subprocess.run([ARMCOUNT, "--n1", str(n1), "--n2", str(n2), "--", program, case, "{n}"],
                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
     found = re.search(r"instructions/op:\s*([0-9.]+)", out.stdout)
@@ -59,12 +63,21 @@ def count(program, case, n1, n2):
     return float(found.group(1))
 
 
+def count(program, case, budget):
+    rough = armcount(program, case, 0, 10)
+    if rough is None:
+        return None
+    if rough * 1100 <= budget:
+        return armcount(program, case, 100, 1100)
+    return armcount(program, case, 10, 110)
+
+
 def main():
     ap = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
     ap.add_argument("--build", default=os.path.join(ROOT, "build", "device-cost"))
     ap.add_argument("--jobs", type=int, default=2)
-    ap.add_argument("--n1", type=int, default=10)
-    ap.add_argument("--n2", type=int, default=110)
+    ap.add_argument("--budget", type=int, default=12_000_000,
+                    help="most instructions for the larger repetition count")
     ap.add_argument("--only", default="", help="count only cases whose name matches")
     ap.add_argument("--no-build", action="store_true")
     ap.add_argument("--markdown", action="store_true")
@@ -85,7 +98,7 @@ def main():
     with concurrent.futures.ThreadPoolExecutor(max_workers=opt.jobs) as pool:
         for _, name, peer, _, program in rows:
             for case in filter(None, (name, peer)):
-                work[(program, case)] = pool.submit(count, program, case, opt.n1, opt.n2)
+                work[(program, case)] = pool.submit(count, program, case, opt.budget)
         results = {key: future.result() for key, future in work.items()}
 
     def shown(value):

@@ -1,4 +1,5 @@
-// Device cost of copying text: a 4 KiB String against a 4 KiB std::string.
+// Device cost of copying text: a 4 KiB String against a 4 KiB std::string (the
+// formatting engine has text_cost.cpp).
 #include <orvik_utilities/text/String.h>
 
 #include "ProbeMain.h"
