@@ -76,6 +76,21 @@ inline bool anyInStep(uint32_t const*& p) {
     __m128i const any = _mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d));
     return _mm_movemask_epi8(_mm_cmpeq_epi32(any, _mm_setzero_si128())) != 0xFFFF;
 }
+
+// The index of the first non-zero word of the sixteen from p, one of which is non-zero:
+// four bits per word mark the zero ones, and the first clear bit finds it without a loop
+// whose exit the processor would mispredict.
+inline uint32_t firstInStep(uint32_t const* p) {
+    uint64_t zeroWords = 0;
+    for (unsigned i = 0; i < 4; ++i) {
+        __m128i v;
+        std::memcpy(&v, p + 4 * i, sizeof v);
+        auto const bits = static_cast<uint32_t>(
+            _mm_movemask_epi8(_mm_cmpeq_epi32(v, _mm_setzero_si128())));
+        zeroWords |= uint64_t{bits} << (16 * i);
+    }
+    return static_cast<uint32_t>(__builtin_ctzll(~zeroWords)) / 4;
+}
 #else
 constexpr uint32_t kWordsPerStep = 8;
 
@@ -86,6 +101,16 @@ inline bool anyInStep(uint32_t const*& p) {
 }
 #endif
 
+#if defined(__arm__) || !defined(__SSE2__)
+// The index of the first non-zero word of the step from p, one of which is non-zero.
+inline uint32_t firstInStep(uint32_t const* p) {
+    uint32_t i = 0;
+    while (p[i] == 0)
+        ++i;
+    return i;
+}
+#endif
+
 // The first non-zero word in [w, end), or end. Lowest-first handing out leaves long runs of
 // taken numbers at the bottom of the bag, and whole steps of zero words go by in a tight loop.
 uint32_t skipZeroWords(uint32_t const* words, uint32_t w, uint32_t end) {
@@ -93,7 +118,7 @@ uint32_t skipZeroWords(uint32_t const* words, uint32_t w, uint32_t end) {
     for (uint32_t steps = (end - w) / kWordsPerStep; steps != 0; --steps) {
         if (anyInStep(p)) {
             p -= kWordsPerStep;
-            break;
+            return static_cast<uint32_t>(p - words) + firstInStep(p);
         }
     }
     uint32_t const* const stop = words + end;
