@@ -5,7 +5,6 @@
 
 #include <cstring>
 
-using orvik::detail::loadLittleEndian;
 using orvik::detail::rotateLeft;
 
 namespace {
@@ -15,10 +14,6 @@ constexpr uint32_t kInitialState[4] = {0x67452301u, 0xefcdab89u, 0x98badcfeu, 0x
 
 // The padding block: 0x80 and zeros; at most 64 of it are ever fed.
 constexpr unsigned char kPadding[64] = {0x80};
-
-inline uint32_t word(unsigned char const* block, unsigned index) {
-    return loadLittleEndian(block + 4 * index);
-}
 
 // The four step kinds of RFC 1321. The message word and constant do not depend on the
 // previous step, so each step's critical path is only its boolean function, the add, the
@@ -51,18 +46,12 @@ Md5HashContext::Md5HashContext() { destroy(); }
 Md5HashContext::~Md5HashContext() { destroy(); }
 
 int Md5HashContext::initialize(unsigned long returnedLength) {
-    returnedHashLength = orvik::detail::returnedLength(returnedLength, kDigestLength);
-    count[0] = 0;
-    count[1] = 0;
-    std::memcpy(state, kInitialState, sizeof state);
-    return 0;
+    return orvik::detail::startMessage(state, kInitialState, count, returnedHashLength,
+                                       returnedLength, kDigestLength);
 }
 
 void Md5HashContext::destroy() {
-    orvik::detail::wipe(state, sizeof state);
-    orvik::detail::wipe(count, sizeof count);
-    orvik::detail::wipe(buffer, sizeof buffer);
-    returnedHashLength = kDigestLength;
+    orvik::detail::wipeContext(state, count, buffer, returnedHashLength, kDigestLength);
 }
 
 void Md5HashContext::hash(unsigned char const* data, unsigned long length) {
@@ -73,9 +62,9 @@ void Md5HashContext::hash(unsigned char const* data, unsigned long length) {
 uint32_t Md5HashContext::getReturnedHashLength() const { return returnedHashLength; }
 
 void Md5HashContext::getHash(unsigned char* digest) {
-    unsigned char complete[kDigestLength];
-    Md5HashContext::getCompleteHash(complete);
-    std::memcpy(digest, complete, returnedHashLength);
+    orvik::detail::writeReturned<kDigestLength>(
+        digest, returnedHashLength,
+        [this](unsigned char* complete) { Md5HashContext::getCompleteHash(complete); });
 }
 
 uint32_t Md5HashContext::getCompleteHashLength() const { return kDigestLength; }
@@ -100,79 +89,83 @@ int Md5HashContext::test() {
     return orvik::detail::testWithAbc(*this, expected, kDigestLength);
 }
 
+// Unrolled: 64 steps with their own shifts and constants, the device's hottest code when it
+// hashes; a loop would add its counting and table loads to every step.
 void Md5HashContext::md5Transform(unsigned char const* block) {
+    uint32_t x[16];
+    orvik::detail::loadLittleEndianWords(x, block);
     uint32_t a = state[0];
     uint32_t b = state[1];
     uint32_t c = state[2];
     uint32_t d = state[3];
 
-    round1(a, b, c, d, word(block, 0), 7, 0xd76aa478u);
-    round1(d, a, b, c, word(block, 1), 12, 0xe8c7b756u);
-    round1(c, d, a, b, word(block, 2), 17, 0x242070dbu);
-    round1(b, c, d, a, word(block, 3), 22, 0xc1bdceeeu);
-    round1(a, b, c, d, word(block, 4), 7, 0xf57c0fafu);
-    round1(d, a, b, c, word(block, 5), 12, 0x4787c62au);
-    round1(c, d, a, b, word(block, 6), 17, 0xa8304613u);
-    round1(b, c, d, a, word(block, 7), 22, 0xfd469501u);
-    round1(a, b, c, d, word(block, 8), 7, 0x698098d8u);
-    round1(d, a, b, c, word(block, 9), 12, 0x8b44f7afu);
-    round1(c, d, a, b, word(block, 10), 17, 0xffff5bb1u);
-    round1(b, c, d, a, word(block, 11), 22, 0x895cd7beu);
-    round1(a, b, c, d, word(block, 12), 7, 0x6b901122u);
-    round1(d, a, b, c, word(block, 13), 12, 0xfd987193u);
-    round1(c, d, a, b, word(block, 14), 17, 0xa679438eu);
-    round1(b, c, d, a, word(block, 15), 22, 0x49b40821u);
+    round1(a, b, c, d, x[0], 7, 0xd76aa478u);
+    round1(d, a, b, c, x[1], 12, 0xe8c7b756u);
+    round1(c, d, a, b, x[2], 17, 0x242070dbu);
+    round1(b, c, d, a, x[3], 22, 0xc1bdceeeu);
+    round1(a, b, c, d, x[4], 7, 0xf57c0fafu);
+    round1(d, a, b, c, x[5], 12, 0x4787c62au);
+    round1(c, d, a, b, x[6], 17, 0xa8304613u);
+    round1(b, c, d, a, x[7], 22, 0xfd469501u);
+    round1(a, b, c, d, x[8], 7, 0x698098d8u);
+    round1(d, a, b, c, x[9], 12, 0x8b44f7afu);
+    round1(c, d, a, b, x[10], 17, 0xffff5bb1u);
+    round1(b, c, d, a, x[11], 22, 0x895cd7beu);
+    round1(a, b, c, d, x[12], 7, 0x6b901122u);
+    round1(d, a, b, c, x[13], 12, 0xfd987193u);
+    round1(c, d, a, b, x[14], 17, 0xa679438eu);
+    round1(b, c, d, a, x[15], 22, 0x49b40821u);
 
-    round2(a, b, c, d, word(block, 1), 5, 0xf61e2562u);
-    round2(d, a, b, c, word(block, 6), 9, 0xc040b340u);
-    round2(c, d, a, b, word(block, 11), 14, 0x265e5a51u);
-    round2(b, c, d, a, word(block, 0), 20, 0xe9b6c7aau);
-    round2(a, b, c, d, word(block, 5), 5, 0xd62f105du);
-    round2(d, a, b, c, word(block, 10), 9, 0x02441453u);
-    round2(c, d, a, b, word(block, 15), 14, 0xd8a1e681u);
-    round2(b, c, d, a, word(block, 4), 20, 0xe7d3fbc8u);
-    round2(a, b, c, d, word(block, 9), 5, 0x21e1cde6u);
-    round2(d, a, b, c, word(block, 14), 9, 0xc33707d6u);
-    round2(c, d, a, b, word(block, 3), 14, 0xf4d50d87u);
-    round2(b, c, d, a, word(block, 8), 20, 0x455a14edu);
-    round2(a, b, c, d, word(block, 13), 5, 0xa9e3e905u);
-    round2(d, a, b, c, word(block, 2), 9, 0xfcefa3f8u);
-    round2(c, d, a, b, word(block, 7), 14, 0x676f02d9u);
-    round2(b, c, d, a, word(block, 12), 20, 0x8d2a4c8au);
+    round2(a, b, c, d, x[1], 5, 0xf61e2562u);
+    round2(d, a, b, c, x[6], 9, 0xc040b340u);
+    round2(c, d, a, b, x[11], 14, 0x265e5a51u);
+    round2(b, c, d, a, x[0], 20, 0xe9b6c7aau);
+    round2(a, b, c, d, x[5], 5, 0xd62f105du);
+    round2(d, a, b, c, x[10], 9, 0x02441453u);
+    round2(c, d, a, b, x[15], 14, 0xd8a1e681u);
+    round2(b, c, d, a, x[4], 20, 0xe7d3fbc8u);
+    round2(a, b, c, d, x[9], 5, 0x21e1cde6u);
+    round2(d, a, b, c, x[14], 9, 0xc33707d6u);
+    round2(c, d, a, b, x[3], 14, 0xf4d50d87u);
+    round2(b, c, d, a, x[8], 20, 0x455a14edu);
+    round2(a, b, c, d, x[13], 5, 0xa9e3e905u);
+    round2(d, a, b, c, x[2], 9, 0xfcefa3f8u);
+    round2(c, d, a, b, x[7], 14, 0x676f02d9u);
+    round2(b, c, d, a, x[12], 20, 0x8d2a4c8au);
 
-    round3(a, b, c, d, word(block, 5), 4, 0xfffa3942u);
-    round3(d, a, b, c, word(block, 8), 11, 0x8771f681u);
-    round3(c, d, a, b, word(block, 11), 16, 0x6d9d6122u);
-    round3(b, c, d, a, word(block, 14), 23, 0xfde5380cu);
-    round3(a, b, c, d, word(block, 1), 4, 0xa4beea44u);
-    round3(d, a, b, c, word(block, 4), 11, 0x4bdecfa9u);
-    round3(c, d, a, b, word(block, 7), 16, 0xf6bb4b60u);
-    round3(b, c, d, a, word(block, 10), 23, 0xbebfbc70u);
-    round3(a, b, c, d, word(block, 13), 4, 0x289b7ec6u);
-    round3(d, a, b, c, word(block, 0), 11, 0xeaa127fau);
-    round3(c, d, a, b, word(block, 3), 16, 0xd4ef3085u);
-    round3(b, c, d, a, word(block, 6), 23, 0x04881d05u);
-    round3(a, b, c, d, word(block, 9), 4, 0xd9d4d039u);
-    round3(d, a, b, c, word(block, 12), 11, 0xe6db99e5u);
-    round3(c, d, a, b, word(block, 15), 16, 0x1fa27cf8u);
-    round3(b, c, d, a, word(block, 2), 23, 0xc4ac5665u);
+    round3(a, b, c, d, x[5], 4, 0xfffa3942u);
+    round3(d, a, b, c, x[8], 11, 0x8771f681u);
+    round3(c, d, a, b, x[11], 16, 0x6d9d6122u);
+    round3(b, c, d, a, x[14], 23, 0xfde5380cu);
+    round3(a, b, c, d, x[1], 4, 0xa4beea44u);
+    round3(d, a, b, c, x[4], 11, 0x4bdecfa9u);
+    round3(c, d, a, b, x[7], 16, 0xf6bb4b60u);
+    round3(b, c, d, a, x[10], 23, 0xbebfbc70u);
+    round3(a, b, c, d, x[13], 4, 0x289b7ec6u);
+    round3(d, a, b, c, x[0], 11, 0xeaa127fau);
+    round3(c, d, a, b, x[3], 16, 0xd4ef3085u);
+    round3(b, c, d, a, x[6], 23, 0x04881d05u);
+    round3(a, b, c, d, x[9], 4, 0xd9d4d039u);
+    round3(d, a, b, c, x[12], 11, 0xe6db99e5u);
+    round3(c, d, a, b, x[15], 16, 0x1fa27cf8u);
+    round3(b, c, d, a, x[2], 23, 0xc4ac5665u);
 
-    round4(a, b, c, d, word(block, 0), 6, 0xf4292244u);
-    round4(d, a, b, c, word(block, 7), 10, 0x432aff97u);
-    round4(c, d, a, b, word(block, 14), 15, 0xab9423a7u);
-    round4(b, c, d, a, word(block, 5), 21, 0xfc93a039u);
-    round4(a, b, c, d, word(block, 12), 6, 0x655b59c3u);
-    round4(d, a, b, c, word(block, 3), 10, 0x8f0ccc92u);
-    round4(c, d, a, b, word(block, 10), 15, 0xffeff47du);
-    round4(b, c, d, a, word(block, 1), 21, 0x85845dd1u);
-    round4(a, b, c, d, word(block, 8), 6, 0x6fa87e4fu);
-    round4(d, a, b, c, word(block, 15), 10, 0xfe2ce6e0u);
-    round4(c, d, a, b, word(block, 6), 15, 0xa3014314u);
-    round4(b, c, d, a, word(block, 13), 21, 0x4e0811a1u);
-    round4(a, b, c, d, word(block, 4), 6, 0xf7537e82u);
-    round4(d, a, b, c, word(block, 11), 10, 0xbd3af235u);
-    round4(c, d, a, b, word(block, 2), 15, 0x2ad7d2bbu);
-    round4(b, c, d, a, word(block, 9), 21, 0xeb86d391u);
+    round4(a, b, c, d, x[0], 6, 0xf4292244u);
+    round4(d, a, b, c, x[7], 10, 0x432aff97u);
+    round4(c, d, a, b, x[14], 15, 0xab9423a7u);
+    round4(b, c, d, a, x[5], 21, 0xfc93a039u);
+    round4(a, b, c, d, x[12], 6, 0x655b59c3u);
+    round4(d, a, b, c, x[3], 10, 0x8f0ccc92u);
+    round4(c, d, a, b, x[10], 15, 0xffeff47du);
+    round4(b, c, d, a, x[1], 21, 0x85845dd1u);
+    round4(a, b, c, d, x[8], 6, 0x6fa87e4fu);
+    round4(d, a, b, c, x[15], 10, 0xfe2ce6e0u);
+    round4(c, d, a, b, x[6], 15, 0xa3014314u);
+    round4(b, c, d, a, x[13], 21, 0x4e0811a1u);
+    round4(a, b, c, d, x[4], 6, 0xf7537e82u);
+    round4(d, a, b, c, x[11], 10, 0xbd3af235u);
+    round4(c, d, a, b, x[2], 15, 0x2ad7d2bbu);
+    round4(b, c, d, a, x[9], 21, 0xeb86d391u);
 
     state[0] += a;
     state[1] += b;

@@ -3,12 +3,23 @@
 // forces the skipping path.
 #include <orvik_utilities/numbers/Base64.h>
 
-#include "text/StringAccess.h"
+#include "internal/ByteOrder.h"
+#include "internal/StringAccess.h"
 
 #include <cstdint>
 #include <cstring>
 
 using orvik::detail::StringAccess;
+
+// Large tables (8 KiB for encoding, 4 KiB for decoding) pay on x86, where they stay in a
+// big cache and the pair lookups halve the work. On the device they would cost flash and
+// most of the data cache for no gain: the 64-character alphabet and a 256-byte value
+// table serve there.
+#if defined(__x86_64__) || defined(__i386__)
+#define ORVIK_BASE64_LARGE_TABLES 1
+#else
+#define ORVIK_BASE64_LARGE_TABLES 0
+#endif
 
 namespace {
 
@@ -44,10 +55,12 @@ constexpr ValueTable makeValueTable() {
 }
 constexpr ValueTable kValues = makeValueTable();
 
-// Decoding a whole group takes four lookups whose results are ORed together: each table
-// holds a character's value already shifted into its place, and kForeignBit for every code
-// outside the alphabet, so one test of the sum rejects the group.
+// A group's 24 bits, with kForeignBit set when any of its four characters is foreign.
 constexpr uint32_t kForeignBit = uint32_t{1} << 24;
+
+#if ORVIK_BASE64_LARGE_TABLES
+// Four lookups whose results are ORed together: each table holds a character's value
+// already shifted into its place, and kForeignBit for every code outside the alphabet.
 struct ShiftedTables {
     uint32_t place[4][256];
 };
@@ -66,6 +79,17 @@ inline uint32_t groupBits(unsigned char const* p) {
     return kShifted.place[0][p[0]] | kShifted.place[1][p[1]] | kShifted.place[2][p[2]] |
            kShifted.place[3][p[3]];
 }
+#else
+// Values are below 64 and kForeign has bit 7 set, so one test of the four values' OR
+// finds a foreign character.
+inline uint32_t groupBits(unsigned char const* p) {
+    uint32_t const a = kValues.value[p[0]];
+    uint32_t const b = kValues.value[p[1]];
+    uint32_t const c = kValues.value[p[2]];
+    uint32_t const d = kValues.value[p[3]];
+    return (a << 18 | b << 12 | c << 6 | d) | ((a | b | c | d) & 0x80u) << 17;
+}
+#endif
 
 inline void putGroup(uint32_t bits, unsigned char* out) {
     out[0] = static_cast<unsigned char>(bits >> 16);
@@ -73,46 +97,157 @@ inline void putGroup(uint32_t bits, unsigned char* out) {
     out[2] = static_cast<unsigned char>(bits);
 }
 
-inline void putWord(uint32_t word, unsigned char* out) {
-    out[0] = static_cast<unsigned char>(word >> 24);
-    out[1] = static_cast<unsigned char>(word >> 16);
-    out[2] = static_cast<unsigned char>(word >> 8);
-    out[3] = static_cast<unsigned char>(word);
-}
-
-// Encoding looks up two characters at a time, for each 12-bit half of a 3-byte block.
+#if ORVIK_BASE64_LARGE_TABLES
+// Two characters at a time, for each 12-bit half of a 3-byte block, stored in the order
+// they go out on a little-endian machine.
 struct PairTable {
-    char pair[4096][2];
+    uint16_t pair[4096];
 };
 constexpr PairTable makePairTable() {
     PairTable t{};
-    for (int v = 0; v < 4096; ++v) {
-        t.pair[v][0] = kAlphabet[v >> 6];
-        t.pair[v][1] = kAlphabet[v & 63];
-    }
+    for (int v = 0; v < 4096; ++v)
+        t.pair[v] = static_cast<uint16_t>(static_cast<unsigned char>(kAlphabet[v >> 6]) |
+                                          static_cast<unsigned char>(kAlphabet[v & 63]) << 8);
     return t;
 }
 constexpr PairTable kPairs = makePairTable();
 
-inline void encodeWhole(unsigned char const* in, char* out) {
-    uint32_t const bits = uint32_t{in[0]} << 16 | uint32_t{in[1]} << 8 | in[2];
-    std::memcpy(out, kPairs.pair[bits >> 12], 2);
-    std::memcpy(out + 2, kPairs.pair[bits & 0xFFF], 2);
+inline uint32_t quad(uint32_t bits) {
+    return uint32_t{kPairs.pair[bits >> 12]} | uint32_t{kPairs.pair[bits & 0xFFF]} << 16;
 }
 
-// Characters the encoding of count bytes takes, or -1 past what a String can hold.
-int64_t encodedLength(uint64_t count, uint64_t blocksPerLine) {
-    uint64_t const blocks = count / 3 + (count % 3 != 0);
-    uint64_t chars = blocks * 4;
+// blocks whole 3-byte blocks; returns the end of their text. Two blocks go per step as one
+// 8-byte load and one 8-byte store while a load of 8 bytes stays inside the input.
+char* encodeBlocks(unsigned char const* in, uint32_t blocks, char* out) {
+    for (; blocks >= 3; blocks -= 2, in += 6, out += 8) {
+        uint64_t word;
+        std::memcpy(&word, in, sizeof word);
+        uint64_t const bits = __builtin_bswap64(word) >> 16;
+        uint64_t const text =
+            quad(static_cast<uint32_t>(bits >> 24)) |
+            uint64_t{quad(static_cast<uint32_t>(bits) & 0xFFFFFFu)} << 32;
+        std::memcpy(out, &text, sizeof text);
+    }
+    for (; blocks != 0; --blocks, in += 3, out += 4) {
+        uint32_t const text = quad(uint32_t{in[0]} << 16 | uint32_t{in[1]} << 8 | in[2]);
+        std::memcpy(out, &text, sizeof text);
+    }
+    return out;
+}
+#else
+char* encodeBlocks(unsigned char const* in, uint32_t blocks, char* out) {
+    for (; blocks != 0; --blocks, in += 3, out += 4) {
+        uint32_t const bits = uint32_t{in[0]} << 16 | uint32_t{in[1]} << 8 | in[2];
+        out[0] = kAlphabet[bits >> 18];
+        out[1] = kAlphabet[bits >> 12 & 63];
+        out[2] = kAlphabet[bits >> 6 & 63];
+        out[3] = kAlphabet[bits & 63];
+    }
+    return out;
+}
+#endif
+
+// The most bytes whose text, without line breaks, still fits a String; more is refused
+// before any arithmetic, so sizing stays in 32 bits on every host.
+constexpr unsigned long kMostBytes = 3 * (INT32_MAX / 4);
+
+// Characters the encoding of count bytes takes with blocksPerLine blocks to a line (0: one
+// line without a break), or -1 past what a String can hold.
+int32_t encodedLength(unsigned long count, uint32_t blocksPerLine) {
+    if (count > kMostBytes)
+        return -1;
+    auto const bytes = static_cast<uint32_t>(count);
+    uint32_t const blocks = bytes / 3 + (bytes % 3 != 0);
+    uint32_t chars = blocks * 4;
     if (blocksPerLine != 0)
         chars += 2 * (blocks / blocksPerLine + (blocks % blocksPerLine != 0));
-    return chars <= INT32_MAX ? static_cast<int64_t>(chars) : -1;
+    return chars <= INT32_MAX ? static_cast<int32_t>(chars) : -1;
 }
 
-bool overlaps(unsigned char const* bytes, uint64_t count, char const* text, int32_t capacity) {
+bool overlaps(unsigned char const* bytes, unsigned long count, char const* text,
+              int32_t capacity) {
     auto const a = reinterpret_cast<uintptr_t>(bytes);
     auto const b = reinterpret_cast<uintptr_t>(text);
     return a < b + static_cast<uint32_t>(capacity) + 1 && b < a + count;
+}
+
+// Where the text of total characters goes: the String's own buffer when nothing else sees
+// it, it has the room and it is not the input; otherwise a fresh buffer, handed back in
+// fresh for the caller to adopt. Null when no buffer can be had.
+char* bufferFor(String& text, int32_t total, unsigned char const* bytes, unsigned long count,
+                StringAccess::Buffer*& fresh) {
+    if (StringAccess::writableFor(text, total) &&
+        !overlaps(bytes, count, StringAccess::text(text), StringAccess::capacity(text)))
+        return StringAccess::text(StringAccess::buffer(text));
+    fresh = StringAccess::make(
+        static_cast<int32_t>(String::StringBuffer::NEAREST_VALID_STRING_LENGTH(total)));
+    return fresh == nullptr ? nullptr : StringAccess::text(fresh);
+}
+
+inline char* endLine(char* out) {
+    out[0] = '\r';
+    out[1] = '\n';
+    return out + 2;
+}
+
+// The text of count bytes: full lines of blocksPerLine blocks (0: no breaks), then the
+// last, shorter line with the padded final block. Every line ends in CR LF.
+void encodeText(unsigned char const* in, uint32_t count, uint32_t blocksPerLine, char* out) {
+    uint32_t blocks = count / 3;
+    if (blocksPerLine != 0) {
+        for (; blocks >= blocksPerLine; blocks -= blocksPerLine, in += 3 * blocksPerLine)
+            out = endLine(encodeBlocks(in, blocksPerLine, out));
+    }
+    out = encodeBlocks(in, blocks, out);
+    in += 3 * blocks;
+    if (unsigned const rest = count % 3) {
+        unsigned char last[3] = {in[0], rest == 2 ? in[1] : static_cast<unsigned char>(0), 0};
+        Base64::encodeBlock(last, reinterpret_cast<unsigned char*>(out), static_cast<long>(rest));
+        out += 4;
+        ++blocks;
+    }
+    if (blocksPerLine != 0 && blocks != 0)
+        endLine(out);
+}
+
+// Whole groups of four alphabet characters from p, at most room of them, written to out;
+// p stops at the first group with a foreign character. Returns the end of what was written.
+unsigned char* decodeGroups(unsigned char const*& p, unsigned char const* end, unsigned char* out,
+                            std::size_t room) {
+    std::size_t const groups = static_cast<std::size_t>(end - p) / 4;
+    std::size_t n = groups < room ? groups : room;
+    // Four groups per round while all are clean, then single groups. Their twelve bytes
+    // go out as three big-endian words.
+    for (; n >= 4; n -= 4, p += 16, out += 12) {
+        uint32_t const a = groupBits(p);
+        uint32_t const b = groupBits(p + 4);
+        uint32_t const c = groupBits(p + 8);
+        uint32_t const d = groupBits(p + 12);
+        if (((a | b | c | d) & kForeignBit) != 0)
+            break;
+        orvik::detail::storeBigEndian(out, a << 8 | b >> 16);
+        orvik::detail::storeBigEndian(out + 4, b << 16 | c >> 8);
+        orvik::detail::storeBigEndian(out + 8, c << 24 | d);
+    }
+    for (; n != 0; --n, p += 4, out += 3) {
+        uint32_t const bits = groupBits(p);
+        if ((bits & kForeignBit) != 0)
+            break;
+        putGroup(bits, out);
+    }
+    return out;
+}
+
+// The values of up to four alphabet characters from p, skipping foreign ones; returns how
+// many were found before the end of the text.
+int gatherGroup(unsigned char const*& p, unsigned char const* end, unsigned char (&slots)[4]) {
+    int filled = 0;
+    while (filled < 4 && p < end) {
+        unsigned char const value = kValues.value[*p++];
+        if (value != kForeign)
+            slots[filled++] = value;
+    }
+    return filled;
 }
 
 } // namespace
@@ -138,54 +273,18 @@ int Base64::encode(unsigned char const* bytes, unsigned long count, unsigned lon
         StringAccess::becomeEmpty(text);
         return 0;
     }
-    uint64_t const blocksPerLine = lineLength == 0 ? 0 : (lineLength / 4 == 0 ? 1 : lineLength / 4);
-    int64_t const length = encodedLength(count, blocksPerLine);
-    if (length < 0)
+    // Lines of 2^32 blocks or more are longer than any text: one line, one break.
+    unsigned long const perLine = lineLength == 0 ? 0 : lineLength / 4 == 0 ? 1 : lineLength / 4;
+    uint32_t const blocksPerLine =
+        perLine > UINT32_MAX ? UINT32_MAX : static_cast<uint32_t>(perLine);
+    int32_t const total = encodedLength(count, blocksPerLine);
+    if (total < 0)
         return -1;
-    auto const total = static_cast<int32_t>(length);
-
-    // Written in place only when nothing else sees the buffer and it is not the input.
     StringAccess::Buffer* fresh = nullptr;
-    char* out;
-    if (StringAccess::writableFor(text, total) &&
-        !overlaps(bytes, count, StringAccess::text(text), StringAccess::capacity(text))) {
-        out = StringAccess::text(StringAccess::buffer(text));
-    } else {
-        fresh = StringAccess::make(
-            static_cast<int32_t>(String::StringBuffer::NEAREST_VALID_STRING_LENGTH(total)));
-        if (fresh == nullptr)
-            return -1;
-        out = StringAccess::text(fresh);
-    }
-
-    uint64_t const wholeBlocks = count / 3;
-    uint64_t const perLine = blocksPerLine == 0 ? wholeBlocks : blocksPerLine;
-    unsigned char const* in = bytes;
-    uint64_t onLine = 0;
-    for (uint64_t done = 0; done < wholeBlocks;) {
-        uint64_t run =
-            wholeBlocks - done < perLine - onLine ? wholeBlocks - done : perLine - onLine;
-        done += run;
-        onLine += run;
-        for (; run != 0; --run, in += 3, out += 4)
-            encodeWhole(in, out);
-        if (blocksPerLine != 0 && onLine == blocksPerLine) {
-            *out++ = '\r';
-            *out++ = '\n';
-            onLine = 0;
-        }
-    }
-    if (unsigned const rest = static_cast<unsigned>(count % 3)) {
-        unsigned char last[3] = {in[0], rest == 2 ? in[1] : static_cast<unsigned char>(0), 0};
-        encodeBlock(last, reinterpret_cast<unsigned char*>(out), static_cast<long>(rest));
-        out += 4;
-        ++onLine;
-    }
-    if (blocksPerLine != 0 && onLine != 0) {
-        *out++ = '\r';
-        *out++ = '\n';
-    }
-
+    char* const out = bufferFor(text, total, bytes, count, fresh);
+    if (out == nullptr)
+        return -1;
+    encodeText(bytes, static_cast<uint32_t>(count), blocksPerLine, out);
     if (fresh != nullptr)
         StringAccess::adopt(text, fresh);
     StringAccess::setLength(text, total);
@@ -199,40 +298,13 @@ int Base64::decode(String const& text, unsigned char* output, unsigned long& len
     unsigned long written = 0;
 
     for (;;) {
-        // Whole groups of four alphabet characters with room for their three bytes.
-        std::size_t const groupsLeft = static_cast<std::size_t>(end - p) / 4;
-        std::size_t const roomLeft = (capacity - written) / 3;
-        unsigned char* out = output + written;
-        std::size_t n = groupsLeft < roomLeft ? groupsLeft : roomLeft;
-        // Four groups per round while all are clean, then single groups. Their twelve bytes
-        // go out as three big-endian words, which the compiler stores whole.
-        for (; n >= 4; n -= 4, p += 16, out += 12) {
-            uint32_t const a = groupBits(p);
-            uint32_t const b = groupBits(p + 4);
-            uint32_t const c = groupBits(p + 8);
-            uint32_t const d = groupBits(p + 12);
-            if (((a | b | c | d) & kForeignBit) != 0)
-                break;
-            putWord(a << 8 | b >> 16, out);
-            putWord(b << 16 | c >> 8, out + 4);
-            putWord(c << 24 | d, out + 8);
-        }
-        for (; n != 0; --n, p += 4, out += 3) {
-            uint32_t const bits = groupBits(p);
-            if ((bits & kForeignBit) != 0)
-                break;
-            putGroup(bits, out);
-        }
+        unsigned char* const out =
+            decodeGroups(p, end, output + written, (capacity - written) / 3);
         written = static_cast<unsigned long>(out - output);
 
         // One group the slow way: skip foreign characters, stop at the end of the text.
         unsigned char slots[4] = {0, 0, 0, 0};
-        int filled = 0;
-        while (filled < 4 && p < end) {
-            unsigned char const value = kValues.value[*p++];
-            if (value != kForeign)
-                slots[filled++] = value;
-        }
+        int const filled = gatherGroup(p, end, slots);
         if (filled == 0)
             break;
         unsigned char bytes[3];

@@ -2,7 +2,7 @@
 #include <orvik_utilities/text/String.h>
 
 #include "internal/CheckedSize.h"
-#include "text/StringAccess.h"
+#include "internal/StringAccess.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -142,6 +142,29 @@ TEST(NumberBagTest, RangesOutsideTheModelAndMissingBitmapsGiveAnEmptyBag) {
     }
 }
 
+// Lowest-first searches skip runs of taken words eight at a time: one free number placed
+// at every word position of a full bag, around each group of eight and in the words left
+// over after the last whole group, must be the one found, and never one past the bound.
+TEST(NumberBagTest, LongTakenRunsAreSkippedToTheFirstFreeNumber) {
+    uint32_t const last = 32 * 21 + 4; // 21 whole words, a partial one, then the spare word
+    NumberBag bag(1000, 1000 + last);
+    unsigned long n = 0;
+    for (uint32_t v = 0; v <= last; ++v)
+        ASSERT_TRUE(bag.getNumber(1000ul + v));
+    EXPECT_FALSE(bag.getNumber(&n));
+    for (uint32_t v = 0; v <= last; v += 13) {
+        ASSERT_TRUE(bag.returnNumber(1000ul + v));
+        EXPECT_FALSE(bag.getNumberInRange(1000, 1000ul + v - 1, &n)) << v;
+        EXPECT_TRUE(bag.getNumberInRange(1000ul + v / 2, 1000ul + last, &n));
+        EXPECT_EQ(n, 1000ul + v);
+        ASSERT_TRUE(bag.returnNumber(1000ul + v));
+        EXPECT_TRUE(bag.getNumber(&n));
+        EXPECT_EQ(n, 1000ul + v);
+    }
+    EXPECT_FALSE(bag.getNumber(&n));
+    EXPECT_FALSE(bag.getNumberInRange(1000, 1000ul + last, &n));
+}
+
 TEST(NumberBagTest, RandomOperationsAgreeWithTheSetModel) {
     EXPECT_EQ(runSeededScripts(runNumberBagScript, 17, 300, 1200), "");
 }

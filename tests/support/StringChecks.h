@@ -4,7 +4,7 @@
 
 #include <orvik_utilities/text/String.h>
 
-#include "text/StringAccess.h"
+#include "internal/StringAccess.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,7 @@
-// Private access to String's buffer for the library's own String sources and tests.
-#ifndef ORVIK_UTILITIES_TEXT_STRING_ACCESS_H
-#define ORVIK_UTILITIES_TEXT_STRING_ACCESS_H
+// Private access to String's buffer (String befriends it), shared by the subsystems that
+// write String text in place: text's own sources, Base64, and the tests' inspections.
+#ifndef ORVIK_UTILITIES_INTERNAL_STRING_ACCESS_H
+#define ORVIK_UTILITIES_INTERNAL_STRING_ACCESS_H
 
 #include <orvik_utilities/text/String.h>
 
