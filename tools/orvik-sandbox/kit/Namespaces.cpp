@@ -221,6 +221,16 @@ bool MountNamespace::privateDir(std::string const& path) {
     return true;
 }
 
+void MountNamespace::stay() {
+    mounts.clear();
+    unshared = false;
+    for (int* fd : {&originalNamespace, &originalDirectory}) {
+        if (*fd >= 0)
+            close(*fd);
+        *fd = -1;
+    }
+}
+
 bool MountNamespace::bind(std::string const& source, std::string const& target) {
     return mountOver(source.c_str(), target, nullptr, MS_BIND | MS_REC);
 }
@@ -247,6 +257,12 @@ NetworkNamespace::~NetworkNamespace() {
     if (setns(original, CLONE_NEWNET) != 0)
         std::fprintf(stderr, "%s\n", errnoText("returning to the network namespace").c_str());
     close(original);
+}
+
+void NetworkNamespace::stay() {
+    if (original >= 0)
+        close(original);
+    original = -1;
 }
 
 bool NetworkNamespace::ip(std::string const& arguments) {

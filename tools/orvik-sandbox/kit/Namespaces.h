@@ -52,6 +52,9 @@ public:
     bool bind(std::string const& source, std::string const& target);
     // A new instance of a kernel file system (sysfs, proc) over dir.
     bool mountNew(char const* type, std::string const& dir);
+    // The process stays in the namespace until it ends (where it may not return, as from
+    // inside a user namespace of its own).
+    void stay();
 
 private:
     bool mountOver(char const* source, std::string const& target, char const* type,
@@ -82,6 +85,8 @@ public:
 
     // "ip <arguments>" inside; false (and error()) on a non-zero exit.
     bool ip(std::string const& arguments);
+    // The thread stays in the namespace until the process ends.
+    void stay();
 
 private:
     int original = -1;

@@ -81,19 +81,20 @@ SyslogLine parseSyslog(std::string const& raw) {
     SyslogLine line;
     line.raw = raw;
     std::size_t const close = raw.find('>');
-    std::size_t const colon = raw.find("]: ");
-    if (raw.empty() || raw[0] != '<' || close == std::string::npos || colon == std::string::npos)
+    std::size_t const identStart = close == std::string::npos ? 0 : close + 1 + kTimestampLength;
+    std::size_t const colon = raw.find(": ", identStart);
+    if (raw.empty() || raw[0] != '<' || identStart > raw.size() || colon == std::string::npos)
         return line;
     int const value = std::atoi(raw.c_str() + 1);
     line.facility = value & ~7;
     line.priority = value & 7;
-    std::size_t const identStart = close + 1 + kTimestampLength;
-    std::size_t const bracket = raw.rfind('[', colon);
-    if (bracket != std::string::npos && bracket >= identStart) {
-        line.ident = raw.substr(identStart, bracket - identStart);
-        line.pid = std::atol(raw.c_str() + bracket + 1);
+    line.ident = raw.substr(identStart, colon - identStart);
+    std::size_t const bracket = line.ident.rfind('[');
+    if (!line.ident.empty() && line.ident.back() == ']' && bracket != std::string::npos) {
+        line.pid = std::atol(line.ident.c_str() + bracket + 1);
+        line.ident.erase(bracket);
     }
-    line.text = raw.substr(colon + 3);
+    line.text = raw.substr(colon + 2);
     while (!line.text.empty() && (line.text.back() == '\0' || line.text.back() == '\n'))
         line.text.pop_back();
     return line;
