@@ -270,6 +270,22 @@ bool NetworkNamespace::ip(std::string const& arguments) {
     return entered() && shell("ip " + arguments, &problem);
 }
 
+bool NetworkNamespace::addVethPair(std::string const& name, std::string const& peer) {
+    return ip("link add " + name + " type veth peer name " + peer);
+}
+
+bool NetworkNamespace::addAddress(std::string const& interface, std::string const& cidr) {
+    return ip("address add " + cidr + " dev " + interface);
+}
+
+bool NetworkNamespace::setUp(std::string const& interface) {
+    return ip("link set " + interface + " up");
+}
+
+bool NetworkNamespace::remove(std::string const& interface) {
+    return ip("link delete " + interface);
+}
+
 PeerHost::PeerHost() {
     int ready[2];
     int hold[2];

@@ -85,6 +85,12 @@ public:
 
     // "ip <arguments>" inside; false (and error()) on a non-zero exit.
     bool ip(std::string const& arguments);
+    // The two ends of a virtual Ethernet link (there is no dummy driver everywhere).
+    bool addVethPair(std::string const& name, std::string const& peer);
+    // "10.1.2.3/24" on the interface.
+    bool addAddress(std::string const& interface, std::string const& cidr);
+    bool setUp(std::string const& interface);
+    bool remove(std::string const& interface);
     // The thread stays in the namespace until the process ends.
     void stay();
 
