@@ -52,7 +52,7 @@ DeviceNetwork::DeviceNetwork(NetworkNamespace& inside, NetworkOptions const& opt
         link("lan0", "192.168.1.1/24", "02:00:00:00:01:01", pc, "pc0", "192.168.1.2/24",
              "02:00:00:00:01:02", options.lanCarrier) &&
         (!options.defaultRoute || device.ip("route add default via 10.0.0.1 dev wan0")) &&
-        (netem.empty() || (device.ip("qdisc add dev wan0 root netem" + netem) &&
+        (netem.empty() || (shell("tc qdisc add dev wan0 root netem" + netem, &problem) &&
                            gateway.run("tc qdisc add dev gw0 root netem" + netem)));
     if (!built && problem.empty())
         for (std::string const* why : {&device.error(), &gateway.error(), &far.error(), &pc.error()})
