@@ -96,14 +96,18 @@ SummaryOpens::~SummaryOpens() {
         close(notifications);
 }
 
+void SummaryOpens::listen(int listener) {
+    if (notifications >= 0)
+        close(notifications);
+    notifications = listener;
+}
+
 bool SummaryOpens::answer(int* pid) {
     seccomp_notif request;
     std::memset(&request, 0, sizeof request);
     if (ioctl(notifications, SECCOMP_IOCTL_NOTIF_RECV, &request) != 0) {
-        if (errno != EINTR && errno != ENOENT) { // ENOENT: the caller went away meanwhile
-            close(notifications);
-            notifications = -1;
-        }
+        if (errno != EINTR && errno != ENOENT) // ENOENT: the caller went away meanwhile
+            listen(-1);
         return false;
     }
     *pid = int(request.pid);

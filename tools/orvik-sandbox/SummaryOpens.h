@@ -22,7 +22,8 @@ public:
     SummaryOpens(SummaryOpens const&) = delete;
     SummaryOpens& operator=(SummaryOpens const&) = delete;
 
-    void listen(int listener) { notifications = listener; }
+    // Takes the filter's listener descriptor (-1: there is none any more).
+    void listen(int listener);
     int descriptor() const { return notifications; }
     // Answers one waiting open; true when it was a read of the summary, with the reader's
     // process id (as this process sees it) in *pid.

@@ -41,6 +41,10 @@ expect model "$out" '^Product type: TQ5630$'
 expect model "$out" '^model 1 4$'
 expect model "$(events)" '^[0-9.]+ start pid=[0-9]+ control=orvik-sandbox\.[0-9]+ model=TQ5630 '
 expect model "$(events)" ' exit status=7$'
+if [ -n "${ORVIK_UTIL:-}" ]; then
+    out=$(sandbox --model TQ5630 -- "${emulator[@]}" "$ORVIK_UTIL" model)
+    expect orvik-util "$out" 'TQ5630'
+fi
 out=$(sandbox --model none -- sh -c 'cat /proc/sysinfo/summary; '"$(run_probe model)")
 expect_not "model none" "$out" 'Product'
 expect "model none" "$out" '^model 0 0$'
@@ -86,7 +90,8 @@ expect reload "$ev" ' priority=debug ident=probed pid=[0-9]+ text="tick [0-9]+"'
 
 # The uplink, toggled from outside while COMMAND watches its file.
 file=/tmp/status/linkGroupManager/hotLink.0/name
-sandbox --uplink --control "uplink.$$" -- sh -c "$(run_probe uplink); while [ -e $file ]; do sleep 0.05; done; $(run_probe uplink)" >"$work/out" &
+sandbox --uplink --control "uplink.$$" -- sh -c "$(run_probe uplink)
+    for i in \$(seq 200); do [ -e $file ] || break; sleep 0.05; done; $(run_probe uplink)" >"$work/out" &
 sandbox_pid=$!
 for _ in $(seq 50); do grep -q uplink "$work/out" 2>/dev/null && break; sleep 0.1; done
 reply=$("${emulator[@]}" "$tool" --send "uplink.$$" uplink toggle)
