@@ -396,9 +396,10 @@ void Sandbox::setUp() {
 void Sandbox::startCommand() {
     int pair[2];
     step(socketpair(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0, pair) == 0, errnoText("socketpair"));
-    step(unshare(CLONE_NEWPID) == 0, errnoText("unshare(CLONE_NEWPID)"));
-    init = fork();
-    step(init >= 0, errnoText("fork"));
+    // Only this child goes into the new PID namespace: after process 1 ends, the namespace
+    // takes no more processes, and this process may still need to start some.
+    init = pid_t(syscall(SYS_clone, CLONE_NEWPID | SIGCHLD, nullptr, nullptr, nullptr, nullptr));
+    step(init >= 0, errnoText("clone(CLONE_NEWPID)"));
     if (init == 0) {
         close(pair[0]);
         runInit(options, pair[1], keys);
