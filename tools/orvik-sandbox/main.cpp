@@ -245,6 +245,27 @@ void forward(int signal) {
         kill(commandPid, signal);
 }
 
+// Passes the usual signals on to child until it ends, then ends with its status (128 plus
+// the signal number when a signal ended it). Expects every signal blocked.
+[[noreturn]] void passOn(pid_t child) {
+    commandPid = child;
+    struct sigaction handler = {};
+    handler.sa_handler = forward;
+    for (int signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGUSR1, SIGUSR2})
+        sigaction(signal, &handler, nullptr);
+    sigset_t all;
+    sigfillset(&all);
+    sigprocmask(SIG_UNBLOCK, &all, nullptr);
+    for (;;) {
+        int status = 0;
+        pid_t const ended = wait(&status);
+        if (ended < 0 && errno == ECHILD)
+            _exit(kSetupFailed);
+        if (ended == child)
+            _exit(WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status));
+    }
+}
+
 // Process 1 of the PID namespace: a fresh /proc, then COMMAND, whose end ends everything
 // in the namespace. Its exit status is COMMAND's.
 [[noreturn]] void runInit(Options const& options, int channel, bool keys) {
@@ -303,20 +324,26 @@ void forward(int signal) {
         _exit(failure == ENOENT ? 127 : 126);
     }
     close(channel);
-    commandPid = child;
-    struct sigaction handler = {};
-    handler.sa_handler = forward;
-    for (int signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGUSR1, SIGUSR2})
-        sigaction(signal, &handler, nullptr);
-    sigprocmask(SIG_UNBLOCK, &all, nullptr);
-    for (;;) {
-        int status = 0;
-        pid_t const ended = wait(&status);
-        if (ended < 0 && errno == ECHILD)
-            _exit(kSetupFailed);
-        if (ended == child)
-            _exit(WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status));
+    passOn(child);
+}
+
+// The PID namespace is entered in a child of its own, so that this process can still start
+// others after process 1 has ended (a namespace without process 1 takes no more), and
+// emulators that refuse namespace flags to clone still run the sandbox.
+[[noreturn]] void runRelay(Options const& options, int channel, bool keys) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    sigset_t all;
+    sigfillset(&all);
+    sigprocmask(SIG_BLOCK, &all, nullptr);
+    if (unshare(CLONE_NEWPID) != 0) {
+        std::fprintf(stderr, "orvik-sandbox: %s\n", errnoText("unshare(CLONE_NEWPID)").c_str());
+        _exit(errno == EPERM ? kNoPrivilege : kSetupFailed);
     }
+    pid_t const first = fork();
+    if (first == 0)
+        runInit(options, channel, keys);
+    close(channel);
+    passOn(first);
 }
 
 struct WatchdogClient {
@@ -359,7 +386,7 @@ private:
     int control = -1;
     int signals = -1;
     int channel = -1; // from the child about to run COMMAND
-    pid_t init = -1;
+    pid_t relay = -1; // the parent of process 1 of the sandbox's PID namespace
     bool keys = false;
     termios savedTerminal = {};
 };
@@ -396,17 +423,15 @@ void Sandbox::setUp() {
 void Sandbox::startCommand() {
     int pair[2];
     step(socketpair(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0, pair) == 0, errnoText("socketpair"));
-    // Only this child goes into the new PID namespace: after process 1 ends, the namespace
-    // takes no more processes, and this process may still need to start some.
-    init = pid_t(syscall(SYS_clone, CLONE_NEWPID | SIGCHLD, nullptr, nullptr, nullptr, nullptr));
-    step(init >= 0, errnoText("clone(CLONE_NEWPID)"));
-    if (init == 0) {
+    relay = fork();
+    step(relay >= 0, errnoText("fork"));
+    if (relay == 0) {
         close(pair[0]);
-        runInit(options, pair[1], keys);
+        runRelay(options, pair[1], keys);
     }
     close(pair[1]);
     channel = pair[0];
-    events.emit("start", {{"pid", std::to_string(init)},
+    events.emit("start", {{"pid", std::to_string(relay)},
                           {"control", options.control},
                           {"model", options.model.empty() ? "none" : options.model},
                           {"uplink", options.uplink ? "up" : "down"}});
@@ -448,12 +473,12 @@ std::string Sandbox::command(std::string const& line) {
         levels[program] = value;
         writeLevels();
         events.emit("log-level", {{"program", program}, {"level", std::to_string(value)}});
-        if (options.signalReload && kill(init, SIGUSR1) == 0)
+        if (options.signalReload && kill(relay, SIGUSR1) == 0)
             events.emit("reload", {{"signal", "SIGUSR1"}});
         return "ok\n";
     }
     if (words.size() == 1 && words[0] == "reload") {
-        kill(init, SIGUSR1);
+        kill(relay, SIGUSR1);
         events.emit("reload", {{"signal", "SIGUSR1"}});
         return "ok\n";
     }
@@ -658,11 +683,11 @@ int Sandbox::run() {
                 while (pid_t const ended = waitpid(-1, &status, WNOHANG)) {
                     if (ended < 0)
                         break;
-                    if (ended == init)
+                    if (ended == relay)
                         exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
                 }
-            } else if (info.ssi_signo != SIGPIPE && init > 0)
-                kill(init, int(info.ssi_signo));
+            } else if (info.ssi_signo != SIGPIPE && relay > 0)
+                kill(relay, int(info.ssi_signo));
         }
     }
     // Whatever COMMAND left queued is still shown.
