@@ -54,6 +54,13 @@ DeviceNetwork::DeviceNetwork(NetworkNamespace& inside, NetworkOptions const& opt
         (!options.defaultRoute || device.ip("route add default via 10.0.0.1 dev wan0")) &&
         (netem.empty() || (shell("tc qdisc add dev wan0 root netem" + netem, &problem) &&
                            gateway.run("tc qdisc add dev gw0 root netem" + netem)));
+    // Links come up a moment after their peers; what follows expects them up.
+    if (built && options.wanCarrier && !awaitCarrier("wan0", 5000))
+        problem = "wan0 has no carrier";
+    if (built && !far.awaitCarrier("far0", 5000))
+        problem = "the far host's link has no carrier";
+    if (built && options.lanCarrier && !awaitCarrier("lan0", 5000))
+        problem = "lan0 has no carrier";
     if (!built && problem.empty())
         for (std::string const* why : {&device.error(), &gateway.error(), &far.error(), &pc.error()})
             if (problem.empty())

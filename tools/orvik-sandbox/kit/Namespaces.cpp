@@ -5,12 +5,15 @@
 #include <fcntl.h>
 #include <linux/if_ether.h>
 #include <linux/if_packet.h>
+#include <linux/netlink.h>
+#include <linux/rtnetlink.h>
 #include <net/if.h>
 #include <poll.h>
 #include <sched.h>
 #include <signal.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -73,6 +76,39 @@ bool readable(int fd, int timeoutMs) {
         if (ready == 0 || errno != EINTR)
             return false;
     }
+}
+
+bool awaitCarrier(std::string const& interface, int timeoutMs) {
+    // Subscribed before the first look, so that no change falls between the two.
+    int const events = socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE);
+    sockaddr_nl local;
+    std::memset(&local, 0, sizeof local);
+    local.nl_family = AF_NETLINK;
+    local.nl_groups = RTMGRP_LINK;
+    if (events >= 0)
+        bind(events, reinterpret_cast<sockaddr*>(&local), sizeof local);
+    int const query = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    ifreq request;
+    std::memset(&request, 0, sizeof request);
+    std::strncpy(request.ifr_name, interface.c_str(), IFNAMSIZ - 1);
+    auto const deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    bool running = false;
+    for (;;) {
+        running = ioctl(query, SIOCGIFFLAGS, &request) == 0 && (request.ifr_flags & IFF_RUNNING);
+        auto const left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        if (running || left.count() <= 0)
+            break;
+        readable(events, int(left.count()));
+        char discard[4096];
+        while (events >= 0 && recv(events, discard, sizeof discard, MSG_DONTWAIT) > 0) {
+        }
+    }
+    if (events >= 0)
+        close(events);
+    if (query >= 0)
+        close(query);
+    return running;
 }
 
 namespace {
@@ -372,6 +408,12 @@ template <typename Body> bool PeerHost::inside(Body body) {
     if (peer >= 0)
         close(peer);
     return entered;
+}
+
+bool PeerHost::awaitCarrier(std::string const& interface, int timeoutMs) {
+    bool running = false;
+    inside([&] { running = orvik_sandbox::awaitCarrier(interface, timeoutMs); });
+    return running;
 }
 
 int PeerHost::openSocket(int domain, int type, int protocol) {

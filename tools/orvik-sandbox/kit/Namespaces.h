@@ -121,6 +121,8 @@ public:
     int openSocket(int domain, int type, int protocol);
     // A packet socket inside seeing every frame on interface, or -1.
     int openCapture(std::string const& interface);
+    // awaitCarrier inside.
+    bool awaitCarrier(std::string const& interface, int timeoutMs);
 
 private:
     template <typename Body> bool inside(Body body);
@@ -139,6 +141,10 @@ std::vector<std::vector<unsigned char>> echoRequests(int capture, std::size_t co
 
 // Waits up to timeoutMs for fd to become readable.
 bool readable(int fd, int timeoutMs);
+
+// Waits up to timeoutMs until interface (in the calling thread's network namespace) has a
+// carrier: the kernel notes a peer's state change a little later, not at once.
+bool awaitCarrier(std::string const& interface, int timeoutMs);
 
 } // namespace orvik_sandbox
 
