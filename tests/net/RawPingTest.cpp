@@ -1,15 +1,12 @@
-// rawping against hosts in network namespaces joined by veth links, every log line read by
-// a /dev/log receiver in a private mount namespace. Needs root; skips otherwise.
+// rawping from the device's wan0 (10.0.0.2) in the sandbox's network, every log line read
+// by a /dev/log receiver in a private mount namespace. Needs root; skips otherwise.
 //
-// IP path:        prober p0 10.40.0.1/24 -- t0 10.40.0.2/24 target
-// Ethernet path:  prober p0 10.50.1.2/24 -- r0 10.50.1.1/24 router r1 10.50.2.1/24
-//                 -- t0 10.50.2.2/24 target (default route via the router); the prober has
-//                 no route to 10.50.2.0/24 at all.
+// IP path:        the gateway 10.0.0.1 is the target.
+// Ethernet path:  the far host 192.0.2.1 behind the gateway; the device has no default
+//                 route, so no route to 192.0.2.0/24 at all.
 #include <orvik_utilities/net/RawPing.h>
 
-#include "support/ProbeTopology.h"
-#include "support/MountNamespace.h"
-#include "support/SyslogReceiver.h"
+#include "support/Sandbox.h"
 
 #include <gtest/gtest.h>
 
@@ -19,36 +16,39 @@
 #include <cstring>
 #include <fstream>
 #include <memory>
-#include <sstream>
 
 namespace {
 
 using namespace orvik_test;
+using orvik_sandbox::echoRequests;
 using Bytes = std::vector<unsigned char>;
 using Lines = std::vector<std::string>;
 
 class RawPingEnvTest : public MountNamespaceTest {
 protected:
     void prepare() override {
-        syslogd = std::make_unique<SyslogReceiver>(*ns);
-        ASSERT_TRUE(syslogd->ready());
+        std::string why;
+        ASSERT_TRUE(orvik_sandbox::serveSyslog(*ns, syslogd, &why)) << why;
         // A connection to an earlier test's receiver would be stale; the process id marks
         // the lines as this program's.
         closelog();
         openlog("probe-test", LOG_PID, LOG_USER);
         self = std::make_unique<NetworkNamespace>();
-        ASSERT_TRUE(self->entered()) << self->reason();
+        ASSERT_TRUE(self->entered()) << self->error();
     }
     void TearDown() override {
         closelog();
-        for (int fd : captures)
-            close(fd);
+        for (int fd : {onRouter, onTarget})
+            if (fd >= 0)
+                close(fd);
     }
 
-    // The lines logged since the last call; each must be one LOG_ERR line of this process.
+    // The lines logged since the last call (sent before rawping returned, so all queued);
+    // each must be one LOG_ERR line of this process.
     Lines logged() {
         Lines lines;
-        for (SyslogMessage const& message : syslogd->drain()) {
+        for (Datagram const& datagram : syslogd.drain()) {
+            orvik_sandbox::SyslogLine const message = orvik_sandbox::parseSyslog(datagram.bytes);
             EXPECT_EQ(message.priority, LOG_ERR) << message.raw;
             EXPECT_EQ(message.ident, "probe-test") << message.raw;
             EXPECT_EQ(message.pid, static_cast<long>(getpid())) << message.raw;
@@ -69,53 +69,25 @@ protected:
         return result;
     }
 
-    PeerNamespace& peer() {
-        peers.push_back(std::make_unique<PeerNamespace>());
-        EXPECT_TRUE(peers.back()->ready()) << peers.back()->reason();
-        return *peers.back();
+    // The device's network; the gateway's and the far host's interfaces captured.
+    void network() {
+        orvik_sandbox::NetworkOptions options;
+        options.defaultRoute = false;
+        net = std::make_unique<DeviceNetwork>(*self, options);
+        ASSERT_TRUE(net->ready()) << net->error();
+        onRouter = net->gateway.openCapture("gw0");
+        onTarget = net->far.openCapture("far0");
+        ASSERT_TRUE(onRouter >= 0 && onTarget >= 0) << net->gateway.error() << net->far.error();
+    }
+    void knownGateway() {
+        ASSERT_TRUE(self->ip("neigh replace 10.0.0.1 lladdr " + std::string(orvik_sandbox::kGatewayMac) +
+                             " dev wan0 nud permanent"))
+            << self->error();
     }
 
-    int capture(PeerNamespace& in, char const* interface) {
-        int const fd = in.openCapture(interface);
-        EXPECT_GE(fd, 0) << in.reason();
-        captures.push_back(fd);
-        return fd;
-    }
-
-    void ipTopology() {
-        target = &peer();
-        std::string why;
-        ASSERT_TRUE(link(*self, *target, "p0", "10.40.0.1/24", "02:00:00:00:40:01", "t0",
-                         "10.40.0.2/24", "02:00:00:00:40:02", &why))
-            << why;
-        onTarget = capture(*target, "t0");
-    }
-
-    void ethernetTopology() {
-        router = &peer();
-        target = &peer();
-        std::string why;
-        ASSERT_TRUE(link(*self, *router, "p0", "10.50.1.2/24", "02:00:00:00:50:02", "r0",
-                         "10.50.1.1/24", "02:00:00:00:50:01", &why))
-            << why;
-        ASSERT_TRUE(self->addVethPair("r1", "t0")) << self->reason();
-        ASSERT_TRUE(router->adopt("r1") && target->adopt("t0")) << router->reason() << target->reason();
-        ASSERT_TRUE(router->run("ip address add 10.50.2.1/24 dev r1 && ip link set r1 up && "
-                                "echo 1 > /proc/sys/net/ipv4/ip_forward"))
-            << router->reason();
-        ASSERT_TRUE(target->run("ip address add 10.50.2.2/24 dev t0 && ip link set t0 up && "
-                                "ip route add default via 10.50.2.1"))
-            << target->reason();
-        onRouter = capture(*router, "r0");
-        onTarget = capture(*target, "t0");
-    }
-
-    std::unique_ptr<SyslogReceiver> syslogd;
+    DatagramSocket syslogd;
     std::unique_ptr<NetworkNamespace> self;
-    std::vector<std::unique_ptr<PeerNamespace>> peers;
-    std::vector<int> captures;
-    PeerNamespace* router = nullptr;
-    PeerNamespace* target = nullptr;
+    std::unique_ptr<DeviceNetwork> net;
     int onRouter = -1;
     int onTarget = -1;
 };
@@ -146,108 +118,108 @@ TEST_F(RawPingEnvTest, ArgumentsRefusedBeforeAnyInterfaceQuery) {
                                "can't get interface address of lo: Cannot assign requested address",
                                "can't get interface address of a-name-of-16-ch: No such device",
                                "device name too long: a-name-of-16-chr"}));
-    ASSERT_TRUE(self->addAddress("lo", "127.0.0.1/8") && self->setUp("lo")) << self->reason();
+    ASSERT_TRUE(self->addAddress("lo", "127.0.0.1/8") && self->setUp("lo")) << self->error();
     EXPECT_EQ(probe("lo", "10.1.2.3", "%n%n", &took), 0);
     EXPECT_EQ(logged(), Lines{"invalid gateway '%n%n'"});
 }
 
 TEST_F(RawPingEnvTest, IpPathAnswersAndCarriesItsHostOrderFields) {
-    ipTopology();
+    network();
     double took;
     // No gateway, then a gateway on the target's own subnet: both take the IP path.
-    EXPECT_EQ(probe("p0", "10.40.0.2", nullptr, &took), 1);
-    EXPECT_EQ(probe("p0", "10.40.0.2", "10.40.0.254", &took), 1);
+    EXPECT_EQ(probe("wan0", "10.0.0.1", nullptr, &took), 1);
+    EXPECT_EQ(probe("wan0", "10.0.0.1", "10.0.0.254", &took), 1);
     EXPECT_LT(took, 2.0);
-    EXPECT_EQ(logged(), (Lines{"packet transmitted for 10.40.0.2 (48 bytes)",
-                               "packet transmitted for 10.40.0.2 (48 bytes)"}));
-    auto const requests = echoRequests(drainFrames(onTarget));
+    EXPECT_EQ(logged(), (Lines{"packet transmitted for 10.0.0.1 (48 bytes)",
+                               "packet transmitted for 10.0.0.1 (48 bytes)"}));
+    auto const requests = echoRequests(onRouter, 2);
     ASSERT_EQ(requests.size(), 2u);
     for (Bytes const& sent : requests) {
         ASSERT_EQ(sent.size(), 48u);
         EXPECT_EQ(Bytes(sent.begin(), sent.begin() + 4), (Bytes{0x45, 0, 0, 48}));
         EXPECT_EQ(sent[6], 0); // no don't-fragment
         EXPECT_EQ(sent[8], 64);
-        EXPECT_EQ(Bytes(sent.begin() + 12, sent.begin() + 20), (Bytes{10, 40, 0, 1, 10, 40, 0, 2}));
+        EXPECT_EQ(Bytes(sent.begin() + 12, sent.begin() + 20), (Bytes{10, 0, 0, 2, 10, 0, 0, 1}));
         EXPECT_EQ(host16(sent, 26), 1); // each call starts its own sequence
         EXPECT_EQ(Bytes(sent.begin() + 28, sent.end()), Bytes(20, 0));
     }
 }
 
 TEST_F(RawPingEnvTest, IpPathWithoutReplyOrRoute) {
-    ipTopology();
-    ASSERT_TRUE(target->run("echo 1 > /proc/sys/net/ipv4/icmp_echo_ignore_all")) << target->reason();
+    network();
+    ASSERT_TRUE(net->gateway.run("echo 1 > /proc/sys/net/ipv4/icmp_echo_ignore_all"))
+        << net->gateway.error();
     double took;
-    EXPECT_EQ(probe("p0", "10.40.0.2", nullptr, &took), 0);
+    EXPECT_EQ(probe("wan0", "10.0.0.1", nullptr, &took), 0);
     EXPECT_GT(took, 2.3);
     EXPECT_LT(took, 3.5);
     // Off the subnet without a gateway: still the IP path, where the bound socket takes the
-    // target for a neighbour on p0 that never answers.
-    EXPECT_EQ(probe("p0", "10.99.0.1", "", &took), 0);
-    EXPECT_EQ(logged(), (Lines{"packet transmitted for 10.40.0.2 (48 bytes)",
-                               "received no valid reply from 10.40.0.2",
+    // target for a neighbour on wan0 that never answers.
+    EXPECT_EQ(probe("wan0", "10.99.0.1", "", &took), 0);
+    EXPECT_EQ(logged(), (Lines{"packet transmitted for 10.0.0.1 (48 bytes)",
+                               "received no valid reply from 10.0.0.1",
                                "packet transmitted for 10.99.0.1 (48 bytes)",
                                "received no valid reply from 10.99.0.1"}));
     // Nothing is left open.
-    EXPECT_EQ(probe("p0", "10.40.0.2", nullptr, &took), 0);
+    EXPECT_EQ(probe("wan0", "10.0.0.1", nullptr, &took), 0);
     std::ifstream raw("/proc/net/raw");
     std::string text((std::istreambuf_iterator<char>(raw)), std::istreambuf_iterator<char>());
     EXPECT_EQ(text.find("\n"), text.rfind("\n")) << text; // the heading only
 }
 
 TEST_F(RawPingEnvTest, EthernetPathThroughAKnownGateway) {
-    ethernetTopology();
-    ASSERT_TRUE(self->ip("neigh replace 10.50.1.1 lladdr 02:00:00:00:50:01 dev p0 nud permanent"))
-        << self->reason();
+    network();
+    knownGateway();
     double took;
-    EXPECT_EQ(probe("p0", "10.50.2.2", "10.50.1.1", &took), 1);
+    EXPECT_EQ(probe("wan0", "192.0.2.1", "10.0.0.1", &took), 1);
     EXPECT_LT(took, 2.0);
     EXPECT_EQ(logged(), Lines()); // a success says nothing
-    auto const atRouter = echoRequests(drainFrames(onRouter));
-    auto const atTarget = echoRequests(drainFrames(onTarget));
+    auto const atRouter = echoRequests(onRouter, 1);
+    auto const atTarget = echoRequests(onTarget, 1);
     ASSERT_EQ(atRouter.size(), 1u);
     ASSERT_EQ(atTarget.size(), 1u);
     Bytes const& sent = atRouter[0];
     ASSERT_EQ(sent.size(), 28u);
     EXPECT_EQ(Bytes(sent.begin(), sent.begin() + 10),
               (Bytes{0x45, 0, 0, 28, 0, 0, 0x40, 0, 64, 1}));
-    EXPECT_EQ(Bytes(sent.begin() + 12, sent.begin() + 20), (Bytes{10, 50, 1, 2, 10, 50, 2, 2}));
+    EXPECT_EQ(Bytes(sent.begin() + 12, sent.begin() + 20), (Bytes{10, 0, 0, 2, 192, 0, 2, 1}));
     EXPECT_EQ(Bytes(sent.begin() + 26, sent.end()), (Bytes{0, 1})); // network order
     EXPECT_EQ(atTarget[0][8], 63); // forwarded once
 }
 
 TEST_F(RawPingEnvTest, EthernetPathQueriesAMissingGatewayFirst) {
-    ethernetTopology();
+    network();
     double took;
-    EXPECT_EQ(probe("p0", "10.50.2.2", "10.50.1.1", &took), 1);
-    EXPECT_EQ(logged(), Lines{"packet transmitted for 10.50.1.1 (48 bytes)"});
-    auto const atRouter = echoRequests(drainFrames(onRouter));
+    EXPECT_EQ(probe("wan0", "192.0.2.1", "10.0.0.1", &took), 1);
+    EXPECT_EQ(logged(), Lines{"packet transmitted for 10.0.0.1 (48 bytes)"});
+    auto const atRouter = echoRequests(onRouter, 2);
     ASSERT_EQ(atRouter.size(), 2u);
     // The query exchange to the gateway, then the probe to the target.
-    EXPECT_EQ(Bytes(atRouter[0].begin() + 16, atRouter[0].begin() + 20), (Bytes{10, 50, 1, 1}));
+    EXPECT_EQ(Bytes(atRouter[0].begin() + 16, atRouter[0].begin() + 20), (Bytes{10, 0, 0, 1}));
     EXPECT_EQ(host16(atRouter[0], 26), 1);
-    EXPECT_EQ(Bytes(atRouter[1].begin() + 16, atRouter[1].begin() + 20), (Bytes{10, 50, 2, 2}));
+    EXPECT_EQ(Bytes(atRouter[1].begin() + 16, atRouter[1].begin() + 20), (Bytes{192, 0, 2, 1}));
     EXPECT_EQ(Bytes(atRouter[1].begin() + 26, atRouter[1].begin() + 28), (Bytes{0, 1}));
 }
 
 TEST_F(RawPingEnvTest, EthernetPathFailures) {
-    ethernetTopology();
-    ASSERT_TRUE(self->ip("neigh replace 10.50.1.1 lladdr 02:00:00:00:50:01 dev p0 nud permanent"))
-        << self->reason();
-    ASSERT_TRUE(self->ip("neigh add 10.50.1.9 dev p0 nud incomplete")) << self->reason();
-    ASSERT_TRUE(target->run("echo 1 > /proc/sys/net/ipv4/icmp_echo_ignore_all")) << target->reason();
+    network();
+    knownGateway();
+    ASSERT_TRUE(self->ip("neigh add 10.0.0.9 dev wan0 nud incomplete")) << self->error();
+    ASSERT_TRUE(net->far.run("echo 1 > /proc/sys/net/ipv4/icmp_echo_ignore_all"))
+        << net->far.error();
     double took;
-    EXPECT_EQ(probe("p0", "10.50.2.2", "10.50.1.1", &took), 0);
+    EXPECT_EQ(probe("wan0", "192.0.2.1", "10.0.0.1", &took), 0);
     EXPECT_GT(took, 2.3);
-    EXPECT_EQ(logged(), Lines{"received no valid reply from 10.50.2.2"});
+    EXPECT_EQ(logged(), Lines{"received no valid reply from 192.0.2.1"});
     // An incomplete entry is never used: the query exchange runs and finds no answer.
-    EXPECT_EQ(probe("p0", "10.50.2.2", "10.50.1.9", &took), 0);
-    EXPECT_EQ(logged(), (Lines{"packet transmitted for 10.50.1.9 (48 bytes)",
-                               "received no valid reply from 10.50.1.9",
-                               "can't resolve HW address for 10.50.1.9 -> send query"}));
-    EXPECT_TRUE(echoRequests(drainFrames(onTarget)).size() == 1u);
+    EXPECT_EQ(probe("wan0", "192.0.2.1", "10.0.0.9", &took), 0);
+    EXPECT_EQ(logged(), (Lines{"packet transmitted for 10.0.0.9 (48 bytes)",
+                               "received no valid reply from 10.0.0.9",
+                               "can't resolve HW address for 10.0.0.9 -> send query"}));
+    EXPECT_EQ(echoRequests(onTarget).size(), 1u);
     // The Ethernet path's packet address holds 13 characters of a name.
-    ASSERT_TRUE(self->ip("link set p0 name p0-fourteen-ch")) << self->reason();
-    EXPECT_EQ(probe("p0-fourteen-ch", "10.50.2.2", "10.50.1.1", &took), 0);
+    ASSERT_TRUE(self->ip("link set wan0 name p0-fourteen-ch")) << self->error();
+    EXPECT_EQ(probe("p0-fourteen-ch", "192.0.2.1", "10.0.0.1", &took), 0);
     EXPECT_EQ(logged(), Lines{"device name too long: p0-fourteen-ch"});
 }
 

@@ -4,14 +4,12 @@
 #include <orvik_utilities/system/IpInterfaceStatus.h>
 
 #include "support/ChildProcess.h"
-#include "support/MountNamespace.h"
-#include "support/NetworkNamespace.h"
+#include "support/Sandbox.h"
 #include "support/VirtualSlot.h"
 
 #include <gtest/gtest.h>
 
 #include <net/if.h>
-#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -56,17 +54,11 @@ class IpInterfaceStatusEnvTest : public MountNamespaceTest {
 protected:
     void prepare() override {
         net = std::make_unique<NetworkNamespace>();
-        if (!net->entered()) {
-            if (net->lacksPrivilege())
-                GTEST_SKIP() << net->reason();
-            FAIL() << net->reason();
-        }
-        ASSERT_TRUE(net->addVethPair("wlan0", "eth0")) << net->reason();
-        // A sysfs mounted from inside the namespace lists the namespace's interfaces; it
-        // goes with the private mount namespace.
-        ASSERT_EQ(mount("sysfs", "/sys", "sysfs", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr), 0)
-            << std::strerror(errno);
-        ASSERT_TRUE(ns->tmpfs("/tmp"));
+        ASSERT_TRUE(net->entered()) << net->error();
+        ASSERT_TRUE(net->addVethPair("wlan0", "eth0")) << net->error();
+        // A sysfs mounted from inside the namespace lists the namespace's interfaces.
+        ASSERT_TRUE(ns->mountNew("sysfs", "/sys")) << ns->error();
+        ASSERT_TRUE(ns->tmpfs("/tmp")) << ns->error();
     }
     std::unique_ptr<NetworkNamespace> net;
     IpInterfaceStatus status;
@@ -79,12 +71,12 @@ TEST_F(IpInterfaceStatusEnvTest, AvailabilityIsASubstringOfSomeInterfaceName) {
     EXPECT_FALSE(status.isInterfaceAvailable("ppp"));
     EXPECT_FALSE(status.isInterfaceAvailable("wlan0x"));
     EXPECT_FALSE(status.isInterfaceAvailable(nullptr));
-    ASSERT_TRUE(net->remove("eth0")) << net->reason(); // takes its peer along
+    ASSERT_TRUE(net->remove("eth0")) << net->error(); // takes its peer along
     EXPECT_FALSE(status.isInterfaceAvailable("lan"));
 }
 
 TEST_F(IpInterfaceStatusEnvTest, UpAndDownKeepTheOtherFlagsAndLongNamesAreRefused) {
-    ASSERT_TRUE(net->ip("link set wlan0 promisc on")) << net->reason();
+    ASSERT_TRUE(net->ip("link set wlan0 promisc on")) << net->error();
     EXPECT_FALSE(status.isInterfaceUp("wlan0"));
     EXPECT_TRUE(status.setInterfaceUp("wlan0", 1));
     EXPECT_TRUE(status.isInterfaceUp("wlan0"));
@@ -96,8 +88,8 @@ TEST_F(IpInterfaceStatusEnvTest, UpAndDownKeepTheOtherFlagsAndLongNamesAreRefuse
     EXPECT_FALSE(status.isInterfaceUp(nullptr));
 
     // The kernel would cut the 16-character name to the 15-character one and answer for it.
-    ASSERT_TRUE(net->addVethPair("orvik-fifteen15", "orvikpeer")) << net->reason();
-    ASSERT_TRUE(net->setUp("orvik-fifteen15") && net->setUp("orvikpeer")) << net->reason();
+    ASSERT_TRUE(net->addVethPair("orvik-fifteen15", "orvikpeer")) << net->error();
+    ASSERT_TRUE(net->setUp("orvik-fifteen15") && net->setUp("orvikpeer")) << net->error();
     EXPECT_TRUE(status.isInterfaceUp("orvik-fifteen15"));
     EXPECT_TRUE(status.isInterfaceLinkUp("orvik-fifteen15"));
     EXPECT_FALSE(status.isInterfaceUp("orvik-fifteen15x"));
@@ -111,11 +103,11 @@ TEST_F(IpInterfaceStatusEnvTest, UpAndDownKeepTheOtherFlagsAndLongNamesAreRefuse
 TEST_F(IpInterfaceStatusEnvTest, CarrierFollowsThePeerAndIsAbsentWhenUnreadable) {
     // Down: the kernel refuses to read the carrier.
     EXPECT_FALSE(status.isInterfaceLinkUp("wlan0"));
-    ASSERT_TRUE(net->setUp("wlan0")) << net->reason();
+    ASSERT_TRUE(net->setUp("wlan0")) << net->error();
     EXPECT_FALSE(status.isInterfaceLinkUp("wlan0")) << "peer still down";
-    ASSERT_TRUE(net->setUp("eth0")) << net->reason();
+    ASSERT_TRUE(net->setUp("eth0")) << net->error();
     EXPECT_TRUE(status.isInterfaceLinkUp("wlan0"));
-    ASSERT_TRUE(net->ip("link set eth0 down")) << net->reason();
+    ASSERT_TRUE(net->ip("link set eth0 down")) << net->error();
     EXPECT_FALSE(status.isInterfaceLinkUp("wlan0"));
     EXPECT_FALSE(status.isInterfaceLinkUp("ppp0"));
     EXPECT_FALSE(status.isInterfaceLinkUp(nullptr));
@@ -129,7 +121,7 @@ TEST_F(IpInterfaceStatusEnvTest, AddressAndMaskReadBackBothWays) {
     close(lowestFree);
     EXPECT_EQ(status.getIpV4Address("wlan0"), 0u) << "no address yet";
     EXPECT_EQ(status.getIpV4Mask("wlan0"), 0u);
-    ASSERT_TRUE(net->addAddress("eth0", "10.1.2.3/16")) << net->reason();
+    ASSERT_TRUE(net->addAddress("eth0", "10.1.2.3/16")) << net->error();
     EXPECT_EQ(status.getIpV4Address("eth0"), 0x0A010203u);
     EXPECT_EQ(status.getIpV4Mask("eth0"), 0xFFFF0000u);
 
@@ -175,9 +167,9 @@ answersWithoutDescriptors(IpInterfaceStatus& status) {
 }
 
 TEST_F(IpInterfaceStatusEnvTest, NoDescriptorLeftMeansNoAnswer) {
-    ASSERT_TRUE(net->setUp("wlan0") && net->setUp("eth0")) << net->reason();
-    ASSERT_TRUE(net->addAddress("wlan0", "10.1.2.3/16")) << net->reason();
-    ASSERT_TRUE(ns->privateDir("/tmp/status/linkGroupManager/hotLink.0"));
+    ASSERT_TRUE(net->setUp("wlan0") && net->setUp("eth0")) << net->error();
+    ASSERT_TRUE(net->addAddress("wlan0", "10.1.2.3/16")) << net->error();
+    ASSERT_TRUE(ns->privateDir("/tmp/status/linkGroupManager/hotLink.0")) << ns->error();
     ASSERT_TRUE(writeFile("/tmp/status/linkGroupManager/hotLink.0/name", ""));
     ChildRun const run = runInChild([this] { return answersWithoutDescriptors(status); });
     EXPECT_EQ(run.output, "0000000");

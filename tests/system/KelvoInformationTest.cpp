@@ -2,7 +2,7 @@
 // /proc/sysinfo.
 #include <orvik_utilities/system/KelvoInformation.h>
 
-#include "support/MountNamespace.h"
+#include "support/Sandbox.h"
 #include "support/VirtualSlot.h"
 #include "system/ProductTable.h"
 
@@ -63,7 +63,7 @@ constexpr char kSummary[] = "/proc/sysinfo/summary";
 
 class KelvoInformationEnvTest : public MountNamespaceTest {
 protected:
-    void prepare() override { ASSERT_TRUE(ns->privateDir("/proc/sysinfo")); }
+    void prepare() override { ASSERT_TRUE(ns->privateDir("/proc/sysinfo")) << ns->error(); }
 };
 
 TEST_F(KelvoInformationEnvTest, SetupFillsEveryFieldFromTheSummary) {

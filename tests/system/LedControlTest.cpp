@@ -4,7 +4,7 @@
 #include <orvik_utilities/system/LedControl.h>
 
 #include "support/ChildProcess.h"
-#include "support/MountNamespace.h"
+#include "support/Sandbox.h"
 #include "support/VirtualSlot.h"
 #include "system/LedEvent.h"
 
@@ -91,13 +91,13 @@ constexpr char kEventFile[] = "/sys/devices/system/leds/leds0/event";
 
 class LedControlEnvTest : public MountNamespaceTest {
 protected:
-    void prepare() override { ASSERT_TRUE(ns->privateDir("/sys/devices/system/leds/leds0")); }
+    void prepare() override { ASSERT_TRUE(ns->privateDir("/sys/devices/system/leds/leds0")) << ns->error(); }
 };
 
 TEST_F(LedControlEnvTest, EveryLineReachesTheEventFileAsOneWriteWithoutNewline) {
-    ASSERT_EQ(mkfifo(kEventFile, 0644), 0);
-    int const fifo = open(kEventFile, O_RDONLY | O_NONBLOCK | O_CLOEXEC); // writers never wait
-    ASSERT_GE(fifo, 0);
+    std::string why;
+    int const fifo = orvik_sandbox::serveLeds(*ns, &why); // writers never wait
+    ASSERT_GE(fifo, 0) << why;
     LedControl leds;
     EXPECT_EQ(leds.setLed(LED_SIG0, LED_ON), 0);
     EXPECT_EQ(leds.setLed(LED_ONBRD, LED_FAST), 0);
@@ -109,6 +109,7 @@ TEST_F(LedControlEnvTest, EveryLineReachesTheEventFileAsOneWriteWithoutNewline) 
               }).output,
               "");
     char seen[256] = {};
+    ASSERT_TRUE(orvik_sandbox::readable(fifo, 2000));
     EXPECT_GT(read(fifo, seen, sizeof seen - 1), 0);
     EXPECT_EQ(seen, "sig0 ononbrd fast" + bar(2) + bar(1));
     close(fifo);
@@ -131,7 +132,7 @@ TEST_F(LedControlEnvTest, FailuresAreReportedAndTheReadingIsStillKept) {
     });
     EXPECT_EQ(run.output, "-3 ");
     // A refused write shows at the flush: /dev/full refuses every one.
-    ASSERT_TRUE(ns->bind("/dev/full", kEventFile));
+    ASSERT_TRUE(ns->bind("/dev/full", kEventFile)) << ns->error();
     EXPECT_EQ(LedControl().setLed(LED_VPN, LED_OFF), -4);
 }
 

@@ -3,8 +3,7 @@
 #include <orvik_utilities/system/LogInit.h>
 
 #include "support/ChildProcess.h"
-#include "support/MountNamespace.h"
-#include "support/SyslogReceiver.h"
+#include "support/Sandbox.h"
 #include "system/LogLevelLine.h"
 
 #include <gtest/gtest.h>
@@ -44,14 +43,14 @@ TEST(LogLevelLineTest, SecondTokenFromTheNameOnClampedToTheMask) {
     }
 }
 
-constexpr char kLevelFile[] = "/etc/log/log.cfg";
+using orvik_sandbox::kLevelFile;
 
 class LogInitEnvTest : public MountNamespaceTest {
 protected:
     void prepare() override {
-        ASSERT_TRUE(ns->privateDir("/etc/log"));
-        syslogd = std::make_unique<SyslogReceiver>(*ns);
-        ASSERT_TRUE(syslogd->ready());
+        std::string why;
+        ASSERT_TRUE(orvik_sandbox::provideLevelFile(*ns, "", &why)) << why;
+        ASSERT_TRUE(orvik_sandbox::serveSyslog(*ns, syslogd, &why)) << why;
     }
 
     // A child starts as name; given rewrite, it puts that in the file (unless "") and raises
@@ -68,7 +67,9 @@ protected:
         });
         EXPECT_EQ(run.output, "");
         std::string lines;
-        for (SyslogMessage const& message : syslogd->drain()) {
+        // Sent before the child ended, so all are queued by now.
+        for (Datagram const& datagram : syslogd.drain()) {
+            orvik_sandbox::SyslogLine const message = orvik_sandbox::parseSyslog(datagram.bytes);
             EXPECT_EQ(message.facility, LOG_USER) << message.raw;
             EXPECT_EQ(message.pid, run.pid) << message.raw;
             EXPECT_EQ(message.ident, name != nullptr ? name : message.ident) << message.raw;
@@ -76,7 +77,7 @@ protected:
         }
         return lines;
     }
-    std::unique_ptr<SyslogReceiver> syslogd;
+    DatagramSocket syslogd;
 };
 
 TEST_F(LogInitEnvTest, FirstStartAddsLevelZeroAndConfiguredLevelsAreAnnounced) {

@@ -5,7 +5,7 @@
 
 #include "support/AllocationFailure.h"
 #include "support/ChildProcess.h"
-#include "support/MountNamespace.h"
+#include "support/Sandbox.h"
 #include "support/VirtualSlot.h"
 #include "system/ProcessName.h"
 
@@ -104,7 +104,7 @@ std::vector<ProcessEntry*> entries(ProcessControl& table) {
 // so that the directory's order is the order they were made in.
 class ProcessControlFakeProcEnvTest : public MountNamespaceTest {
 protected:
-    void prepare() override { ASSERT_TRUE(ns->tmpfs("/proc")); }
+    void prepare() override { ASSERT_TRUE(ns->tmpfs("/proc")) << ns->error(); }
     static void process(std::string const& directory, std::string const& commandLine) {
         ASSERT_EQ(mkdir(("/proc/" + directory).c_str(), 0755), 0) << directory;
         ASSERT_TRUE(writeFile("/proc/" + directory + "/cmdline", commandLine));

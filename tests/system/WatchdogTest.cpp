@@ -3,8 +3,7 @@
 #include <orvik_utilities/system/Watchdog.h>
 
 #include "support/ChildProcess.h"
-#include "support/MountNamespace.h"
-#include "support/UnixDatagramReceiver.h"
+#include "support/Sandbox.h"
 #include "system/WatchdogMessage.h"
 
 #include <gtest/gtest.h>
@@ -50,20 +49,19 @@ std::string results(std::initializer_list<int> values) {
 class WatchdogEnvTest : public MountNamespaceTest {
 protected:
     void prepare() override {
-        ASSERT_TRUE(ns->tmpfs("/tmp"));
-        service = std::make_unique<UnixDatagramReceiver>("/tmp/.watchdog_api");
-        ASSERT_TRUE(service->bound());
+        std::string why;
+        ASSERT_TRUE(orvik_sandbox::serveWatchdog(*ns, false, service, &why)) << why;
     }
     // Each datagram's sender path and 76 bytes, in order.
     void expectReceived(std::vector<Datagram> const& expected) {
-        std::vector<Datagram> const got = service->drain();
+        std::vector<Datagram> const got = service.drain();
         ASSERT_EQ(got.size(), expected.size());
         for (std::size_t i = 0; i < got.size(); ++i) {
             EXPECT_EQ(got[i].sender, expected[i].sender) << i;
             EXPECT_EQ(got[i].bytes, expected[i].bytes) << i;
         }
     }
-    std::unique_ptr<UnixDatagramReceiver> service;
+    DatagramSocket service;
 };
 
 TEST_F(WatchdogEnvTest, RegisterBindsTheClientAndEveryCommandArrivesWhole) {
