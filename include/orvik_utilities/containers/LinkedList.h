@@ -20,6 +20,7 @@ public:
     /// An unlinked element: the copy gets none of the original's links.
     LinkedListElement(LinkedListElement const&) : next(nullptr), prev(nullptr) {}
     /// Assignment copies nothing of the links: each element keeps its place.
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment,cert-oop54-cpp): copies nothing
     LinkedListElement& operator=(LinkedListElement const&) { return *this; }
     /// Clears the links only; the neighbours still point here (see the class).
     virtual ~LinkedListElement() {
