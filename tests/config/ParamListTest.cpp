@@ -129,9 +129,11 @@ TEST(ParamListTest, RandomAndDamagedFormsReadAsTheModelSays) {
 TEST(ParamListTest, AllocationFailuresLeaveAConsistentList) {
     int const injected = orvik_test::sweepAllocationFailures([](auto& fault, bool& hit) {
         ParamList list, copy;
+        String const e("e"), five("5");
         fault.arm();
         list.setTagValueString(String("<b>2</b><a>%3c</a><c>3</c>"));
         list.setTagValue(String("d"), 4ul);
+        list.setTagValue(e, five);
         String const form = list.getTagValueString();
         copy = list;
         hit = fault.disarm();

@@ -193,6 +193,13 @@ struct Edit {
     {[](auto& s, auto& a) { s = a.c + s; }, [](auto& a) { return chr(a.c) + a.old; }, BuildsAside},
     {[](auto& s, auto& a) { s = String(a.arg.c_str(), std::clamp(a.q, -8L, 80L)); },
      [](auto& a) { return visible(a.arg); }, BuildsAside},
+    {[](auto& s, auto& a) { s = String(a.arg.c_str()); }, [](auto& a) { return visible(a.arg); },
+     BuildsAside},
+    {[](auto& s, auto& a) { s = String(a.c); }, [](auto& a) { return chr(a.c); }, BuildsAside},
+    {[](auto& s, auto& a) { s = String(a.arg.c_str(), a.p, a.q); },
+     [](auto& a) { return part(visible(a.arg), a.p, a.q); }, BuildsAside},
+    {[](auto& s, auto& a) { s = String::stringOf(a.arg.c_str(), a.p, a.q); },
+     [](auto& a) { return part(visible(a.arg), a.p, a.q); }, BuildsAside},
     // substrings are copied as char const*, so they end at a NUL
     {[](auto& s, auto& a) { s = s.substring(a.p); },
      [](auto& a) { return a.p < 0 ? "" : visible(part(a.old, a.p, a.length())); }, BuildsAside},
