@@ -11,6 +11,8 @@ packages=(
     g++-arm-linux-gnueabi          # the device ABI: armel, 32-bit long, unsigned char
     qemu-user                      # runs the device build's tests
     iproute2                       # network namespaces for the kernel-facing tests
+    valgrind                       # memory check of the native tests (scripts/memcheck.sh)
+    gcovr                          # coverage report (scripts/coverage.sh)
 )
 
 missing=()
