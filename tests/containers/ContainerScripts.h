@@ -47,11 +47,12 @@ struct BagModel {
     bool isInBag(unsigned long n) { return valid && n >= first && n <= last && free[n - first]; }
     bool search(uint64_t low, uint64_t high, uint64_t start, unsigned width, unsigned long* out) {
         for (uint64_t k = 0; valid && k + low <= high; ++k) {
-            uint64_t const n = start + k > high ? start + k - (high - low + 1) : start + k;
+            uint64_t const at = start + k > high ? start + k - (high - low + 1) : start + k;
+            auto const n = static_cast<unsigned long>(at); // in [low, high]: 32 bits
             bool const pair = (n - first) % 2 == 0 && n < high && isInBag(n + 1);
             if (isInBag(n) && (width == 1 || pair)) {
                 free[n - first] = free[n + width - 1 - first] = false;
-                return *out = static_cast<unsigned long>(n), true;
+                return *out = n, true;
             }
         }
         return false;
