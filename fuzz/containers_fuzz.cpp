@@ -1,7 +1,7 @@
 // libFuzzer target for the containers: the first byte picks the number bag, the integer
 // table or the string table, and the rest is an operation script checked step by step
 // against the container's reference model.
-#include "../tests/support/ContainerScripts.h"
+#include "../tests/containers/ContainerScripts.h"
 
 #include <cstdint>
 #include <cstdio>

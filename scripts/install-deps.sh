@@ -15,6 +15,8 @@ packages=(
     dpkg-dev file                  # Debian packages: cpack's dpkg-shlibdeps and file checks
     lintian                        # package checks
     abigail-tools                  # interface guard: abidw and abidiff
+    valgrind                       # memory check of the native tests (scripts/memcheck.sh)
+    gcovr                          # coverage report (scripts/coverage.sh)
 )
 
 missing=()

@@ -67,6 +67,9 @@ for config in "${configs[@]}"; do
 done
 
 # Further checks outside ctest go here, as: step <name> <command> [args...]
+if command -v valgrind >/dev/null; then
+    step memcheck "$root/scripts/memcheck.sh" "$ORVIK_BUILD_ROOT/test-native"
+fi
 
 library="$ORVIK_BUILD_ROOT/test-arm/src/liborvik_utilities.so"
 if [ -f "$library" ]; then

@@ -113,10 +113,10 @@ TEST_F(ConfigReaderTest, IndexedTagsTakeOneIntegerConversion) {
         return std::string(reader.getIndexedValue(String(pattern), index, String("-")).buffer());
     };
     EXPECT_EQ(indexed("if%lu_name", 2) + indexed("if%u_name", 2) + indexed("x%%%d", 3) +
-                  indexed("n%.03lu", 7) + indexed("if%lu_name", 3),
-              "eth0eth0pctp-");
+                  indexed("n%.03lu", 7) + indexed("if%lu_name", 3) + indexed("n%03hu", 7),
+              "eth0eth0pctp-p");
     for (char const* bad : {"if%s_name", "if%lu%lu", "if%*d", "if2_name", "if%n", "if%llu_name",
-                            "if%", "if%2$d"})
+                            "if%", "if%2$d", "if%hhd_name"})
         EXPECT_EQ(indexed(bad, 2), "-") << bad;
     EXPECT_EQ(reader.getIndexedValueAsInt(String("r%x"), 7, 5), 0);
 }

@@ -72,6 +72,11 @@ TEST(ParamListTest, WritesSortedEscapedElementsAndCachesTheForm) {
     EXPECT_TRUE(list.getTagValue(String("hex"), value) && value == 255u);
     list.setTagValue(String("wide"), static_cast<unsigned long>(0x100000005ull));
     EXPECT_TRUE(list.getTagValue(String("wide"), value) && value == 5u);
+    ParamList::TagValuePair pair, other;
+    pair.tag = String("B");
+    pair.value = String("1");
+    other = ParamList::TagValuePair(pair);
+    EXPECT_EQ(std_(other.tag) + std_(other.value), "B1");
 }
 
 std::string randomText(std::mt19937& rng) {
@@ -124,9 +129,11 @@ TEST(ParamListTest, RandomAndDamagedFormsReadAsTheModelSays) {
 TEST(ParamListTest, AllocationFailuresLeaveAConsistentList) {
     int const injected = orvik_test::sweepAllocationFailures([](auto& fault, bool& hit) {
         ParamList list, copy;
+        String const e("e"), five("5");
         fault.arm();
         list.setTagValueString(String("<b>2</b><a>%3c</a><c>3</c>"));
         list.setTagValue(String("d"), 4ul);
+        list.setTagValue(e, five);
         String const form = list.getTagValueString();
         copy = list;
         hit = fault.disarm();

@@ -97,7 +97,8 @@ TEST(CryptoTest, AgreesWithOpensslForEveryLengthSplitKeyAndTruncation) {
         auto const context = makeHash(sha1), inner = makeHash(sha1);
         uint32_t const complete = context->getCompleteHashLength();
         HmacContext hmac(inner.get());
-        EXPECT_EQ(hmac.getReturnedHashLength(), complete);
+        EXPECT_TRUE(hmac.getReturnedHashLength() == complete &&
+                    hmac.getCompleteHashLength() == complete);
         std::mt19937 rng(11u);
         uint64_t fnv = 14695981039346656037ull;
         for (std::size_t n : lengths) {

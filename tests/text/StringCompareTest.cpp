@@ -106,6 +106,7 @@ TEST(StringCompareTest, EverythingAgreesWithTheStepByStepRules) {
         ASSERT_EQ(text.lastIndexOf(arg), ref.lastIndexOf(needle));
         ASSERT_EQ(text.lastIndexOf(arg, from), ref.lastIndexOf(needle, from));
         ASSERT_EQ(text.indexOfIgnoreCase(arg, from), ref.indexOfIgnoreCase(needle, from));
+        ASSERT_EQ(text.indexOfIgnoreCase(arg), ref.indexOfIgnoreCase(needle, 0));
         ASSERT_EQ(text.lastIndexOfIgnoreCase(arg), ref.lastIndexOfIgnoreCase(needle, LONG_MAX));
         ASSERT_EQ(text.lastIndexOfIgnoreCase(arg, from), ref.lastIndexOfIgnoreCase(needle, from));
         // prefixes, suffixes, regions and copies: ranges wholly inside their texts

@@ -193,6 +193,13 @@ struct Edit {
     {[](auto& s, auto& a) { s = a.c + s; }, [](auto& a) { return chr(a.c) + a.old; }, BuildsAside},
     {[](auto& s, auto& a) { s = String(a.arg.c_str(), std::clamp(a.q, -8L, 80L)); },
      [](auto& a) { return visible(a.arg); }, BuildsAside},
+    {[](auto& s, auto& a) { s = String(a.arg.c_str()); }, [](auto& a) { return visible(a.arg); },
+     BuildsAside},
+    {[](auto& s, auto& a) { s = String(a.c); }, [](auto& a) { return chr(a.c); }, BuildsAside},
+    {[](auto& s, auto& a) { s = String(a.arg.c_str(), a.p, a.q); },
+     [](auto& a) { return part(visible(a.arg), a.p, a.q); }, BuildsAside},
+    {[](auto& s, auto& a) { s = String::stringOf(a.arg.c_str(), a.p, a.q); },
+     [](auto& a) { return part(visible(a.arg), a.p, a.q); }, BuildsAside},
     // substrings are copied as char const*, so they end at a NUL
     {[](auto& s, auto& a) { s = s.substring(a.p); },
      [](auto& a) { return a.p < 0 ? "" : visible(part(a.old, a.p, a.length())); }, BuildsAside},
@@ -290,7 +297,8 @@ TEST(StringTest, StringOfFormsTheValueText) {
     EXPECT_EQ(textOf(String::stringOf(static_cast<long>(INT32_MIN))), "-2147483648");
     EXPECT_EQ(textOf(String::stringOf(4294967295UL)), "4294967295");
     EXPECT_EQ(textOf(String::stringOf(reinterpret_cast<void*>(0xBEEFu))), "0xbeef");
-    EXPECT_EQ(textOf(String::stringOf('x') + String::stringOf("yz", 1L, 5L)), "xz");
+    EXPECT_EQ(textOf(String::stringOf('x') + String::stringOf("yz", 1L, 5L) + String::stringOf("w")),
+              "xzw");
 }
 
 // Every change swept through its allocation failures, on an unshared and on a shared buffer:
