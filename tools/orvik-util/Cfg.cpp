@@ -1,5 +1,7 @@
 // cfg: lookups in a tag=value file through ConfigReader.
 #include <orvik_utilities/config/ConfigReader.h>
+#include <orvik_utilities/numbers/IntegerText.h>
+#include <orvik_utilities/text/Format.h>
 
 #include "Tool.h"
 
@@ -68,9 +70,42 @@ void initializeQuietly(ConfigReader& reader, char const* path) {
     }
 }
 
+// getValueAsInt reads any text as a number ("1500 bytes" gives 149898033), so --int first
+// checks that the value is one: the canonical decimal form, or the canonical digits of its
+// radix followed by the radix letter ("5dch", "101b", "17o"), or the switch words "on"
+// and "off" that the reader turns into 1 and 0.
+bool isNumber(String const& value) {
+    if (stricmp(value.buffer(), "on") == 0 || stricmp(value.buffer(), "off") == 0)
+        return true;
+    int32_t status = -1;
+    validValueOf32(&status, value.buffer());
+    if (status == 0)
+        return true;
+    uint32_t const length = static_cast<uint32_t>(value.length());
+    if (length < 2)
+        return false;
+    int radix = 0;
+    switch (value.buffer()[length - 1]) {
+    case 'h': case 'x': radix = 16; break;
+    case 'o': radix = 8; break;
+    case 'b': radix = 2; break;
+    default: return false;
+    }
+    // The library writes the digits and its own radix letter ("5DCh"); the value's letter
+    // may be another of the same radix ('x'), and hexadecimal digits of either case read alike.
+    char rendered[34];
+    u_i32toa(u_valueOf32(value.buffer()), rendered, radix);
+    return std::strlen(rendered) == length && strnicmp(rendered, value.buffer(), length - 1) == 0;
+}
+
 int get(int argc, char** argv) {
+    bool const asInt = argc >= 2 && std::strcmp(argv[1], "--int") == 0;
+    if (asInt) {
+        --argc;
+        ++argv;
+    }
     if (argc < 3 || argc > 4)
-        return tool::usage("cfg", "get needs FILE TAG [INDEX]");
+        return tool::usage("cfg", "get needs [--int] FILE TAG [INDEX]");
     int32_t index = 0;
     if (argc == 4 && !tool::parseInt(argv[3], 0, INT32_MAX, index))
         return tool::usage("cfg", "INDEX '%s' is not a number from 0", argv[3]);
@@ -88,6 +123,18 @@ int get(int argc, char** argv) {
                           "no tag '%s' in %s: list the tags with 'orvik-util "
                           "cfg dump %s'",
                           argv[2], argv[1], argv[1]);
+    if (asInt) {
+        if (!isNumber(value))
+            return tool::fail(tool::kFailed,
+                              "value '%s' of '%s' is not a number: write it in decimal or as "
+                              "digits with a radix letter (5dch, 17o, 101b)",
+                              value.buffer(), argv[2]);
+        long const number = argc == 4 ? reader.getIndexedValueAsInt(
+                                             String(argv[2]), static_cast<unsigned long>(index), 0)
+                                       : reader.getValueAsInt(String(argv[2]), 0);
+        std::printf("%ld\n", number);
+        return tool::kOk;
+    }
     printValue(value);
     std::putchar('\n');
     return tool::kOk;
@@ -123,5 +170,5 @@ int runCfg(int argc, char** argv) {
         return get(argc - 1, argv + 1);
     if (argc >= 2 && std::strcmp(argv[1], "dump") == 0)
         return dump(argc - 1, argv + 1);
-    return tool::usage("cfg", "needs 'get FILE TAG [INDEX]' or 'dump FILE'");
+    return tool::usage("cfg", "needs 'get [--int] FILE TAG [INDEX]' or 'dump FILE'");
 }

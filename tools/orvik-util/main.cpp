@@ -25,8 +25,10 @@ constexpr Subcommand kSubcommands[] = {
      "classification of the pair, one 'key: value' a line. --default prints the address the\n"
      "library picks as this host's own.",
      runIp},
-    {"cfg", "get FILE TAG [INDEX] | dump FILE", "read a tag=value configuration file",
-     "get prints the value of TAG (with INDEX, TAG is a pattern such as 'route%lu').\n"
+    {"cfg", "get [--int] FILE TAG [INDEX] | dump FILE", "read a tag=value configuration file",
+     "get prints the value of TAG (with INDEX, TAG is a pattern such as 'route%lu'); with --int\n"
+     "it prints the value as a number, and fails when the value is not one (decimal, or digits\n"
+     "with a radix letter: 5dch, 17o, 101b).\n"
      "dump prints every tag the reader kept as tag=value, in file order, the first entry of a\n"
      "tag winning; the reader's own 'cfg: ' notices appear as it prints them.",
      runCfg},

@@ -92,6 +92,14 @@ expect 0 $'cfg: Ignoring duplicate tag:a=2\na=1\nkey=some value\n#d=4\nroute3=vi
 expect 0 "some value" cfg get test.cfg key
 expect 0 "via wwan0" cfg get test.cfg 'route%lu' 3
 printf 'a=1\n' >clean.cfg
+printf 'mtu=1500\nhex=5DCh\nlow=5dcx\nsw=On\nbytes=1500 bytes\nc=0x10\nneg=-7\n' >num.cfg
+expect 0 "1500" cfg get --int num.cfg mtu
+expect 0 "1500" cfg get --int num.cfg hex
+expect 0 "1500" cfg get --int num.cfg low
+expect 0 "1" cfg get --int num.cfg sw
+expect 0 "-7" cfg get --int num.cfg neg
+refuse 1 "value '1500 bytes' of 'bytes' is not a number" cfg get --int num.cfg bytes
+refuse 1 "value '0x10' of 'c' is not a number" cfg get --int num.cfg c
 refuse 1 "no tag 'c' in clean.cfg" cfg get clean.cfg c
 refuse 1 "cannot read missing.cfg" cfg get missing.cfg a
 refuse 2 "INDEX 'x'" cfg get test.cfg 'route%lu' x
