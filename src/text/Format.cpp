@@ -465,7 +465,8 @@ template <bool kStore> void runDirective(Output& out, char const*& f, ArgList& a
     }
     if ((d.flags & kLeft) != 0)
         d.flags &= ~kZero;
-    takeStarArguments(d, args);
+    if ((d.flags & (kStarWidth | kStarPrecision)) != 0)
+        takeStarArguments(d, args);
     convert<kStore>(out, d, *f, args);
     if (*f != '\0')
         ++f;
