@@ -418,11 +418,17 @@ template <bool kStore> void convert(Output& out, Directive d, char conversion, A
 }
 
 // "%d", "%i" and "%u" with nothing between the '%' and the letter but an 'l' are most of
-// what daemons format; whole numbers that fit skip the general field arithmetic. The state
-// goes in and out by value, as in putManySlowly, so the other directives keep it in
-// registers.
+// what daemons format; whole numbers that fit skip the general field arithmetic. On the
+// device it is a call of its own, with the state in and out by value as in putManySlowly:
+// written in line, it crowds the registers of the directive loop and every other directive
+// pays for it. A 64-bit host has the registers, and there the call would cost the time.
+#if defined(__x86_64__)
+#define ORVIK_PLAIN_DECIMAL_PLACE __attribute__((always_inline)) inline
+#else
+#define ORVIK_PLAIN_DECIMAL_PLACE __attribute__((noinline))
+#endif
 template <bool kStore>
-__attribute__((noinline)) Output putPlainDecimal(Output out, uint32_t v, bool isSigned) {
+ORVIK_PLAIN_DECIMAL_PLACE Output putPlainDecimal(Output out, uint32_t v, bool isSigned) {
     uint32_t const sign = isSigned ? v >> 31 : 0;
     if (sign != 0)
         v = 0u - v;
