@@ -37,9 +37,10 @@ uint32_t fullHash(char const* key, std::size_t& length) {
     auto const* p = first;
     uint32_t h = 0;
     for (;; p += 4) {
-        uint32_t const c0 = p[0], c1 = p[1], c2 = p[2], c3 = p[3];
-        if (c0 == 0 || c1 == 0 || c2 == 0 || c3 == 0)
+        // In order, so that no byte past the terminator is read.
+        if (p[0] == 0 || p[1] == 0 || p[2] == 0 || p[3] == 0)
             break;
+        uint32_t const c0 = p[0], c1 = p[1], c2 = p[2], c3 = p[3];
         uint32_t const bytes = (c0 ^ c0 << 5 ^ c0 << 10 ^ c0 << 15) ^ (c1 ^ c1 << 10) ^
                                (c2 ^ c2 << 5) ^ c3;
         h = h ^ (h << 20) ^ bytes;
