@@ -3,11 +3,15 @@
 
 #include <orvik_utilities/containers/INStringHashTable.h>
 #include <orvik_utilities/numbers/IntegerText.h>
+#include <orvik_utilities/text/Format.h>
+
+#include "internal/FormatDirective.h"
 
 #include <climits>
 #include <cstdio>
 #include <cstring>
 #include <new>
+#include <typeinfo>
 
 namespace {
 
@@ -114,11 +118,23 @@ long asInteger(String const& value) {
     return valueOf32(value.buffer());
 }
 
-// What kind of argument the single conversion of a tag pattern reads.
+// What kind of argument the single conversion of a tag pattern reads, and whether the
+// library's engine alone writes the same text as String::format would.
 enum class IndexConversion { Invalid, Int, Long };
 
-IndexConversion conversionOf(char const* format) {
-    IndexConversion found = IndexConversion::Invalid;
+struct TagPattern {
+    IndexConversion kind;
+    bool engineAgrees;
+};
+
+// A pattern holds exactly one integer conversion, read with the formatting engine's own
+// directive grammar; the C library's "hh" is taken as well. String::format writes the C
+// library's text where it is as long as the engine's; the engine alone writes the same
+// text unless the pattern has '#' (octal with a precision), a precision (zero with
+// precision 0 has no digit in C) or "hh".
+TagPattern patternOf(char const* format) {
+    using namespace orvik::detail;
+    TagPattern found{IndexConversion::Invalid, true};
     int conversions = 0;
     for (char const* p = format; *p != '\0'; ++p) {
         if (*p != '%')
@@ -126,35 +142,23 @@ IndexConversion conversionOf(char const* format) {
         ++p;
         if (*p == '%')
             continue;
-        while (*p != '\0' && std::strchr("-+ #0", *p) != nullptr)
+        Directive d;
+        p = parseDirective(p, d);
+        bool const charSized = (d.flags & kShort) != 0 && *p == 'h';
+        if (charSized)
             ++p;
-        while (*p >= '0' && *p <= '9')
-            ++p;
-        if (*p == '.')
-            for (++p; *p >= '0' && *p <= '9'; ++p) {
-            }
-        bool isLong = false;
-        if (*p == 'l') {
-            isLong = true;
-            ++p;
-        } else if (*p == 'h') {
-            ++p;
-            if (*p == 'h')
-                ++p;
-        }
-        if (*p == '\0' || std::strchr("diuoxX", *p) == nullptr)
-            return IndexConversion::Invalid;
-        found = isLong ? IndexConversion::Long : IndexConversion::Int;
+        if ((d.flags & (kStarWidth | kStarPrecision)) != 0 || *p == '\0' ||
+            std::strchr("diuoxX", *p) == nullptr)
+            return TagPattern{IndexConversion::Invalid, false};
+        found.kind = (d.flags & kLong) != 0 ? IndexConversion::Long : IndexConversion::Int;
+        found.engineAgrees = !charSized && (d.flags & kAlternate) == 0 && d.precision < 0;
         ++conversions;
     }
-    return conversions == 1 ? found : IndexConversion::Invalid;
+    return conversions == 1 ? found : TagPattern{IndexConversion::Invalid, false};
 }
 
-// The tag of an indexed lookup; false when the pattern is not one to format.
-bool formatTag(String& tag, String const& tagFormat, unsigned long index) {
-    IndexConversion const kind = conversionOf(tagFormat.buffer());
-    if (kind == IndexConversion::Invalid)
-        return false;
+// The tag of an indexed lookup, through String::format.
+void formatTag(String& tag, String const& tagFormat, IndexConversion kind, unsigned long index) {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
     if (kind == IndexConversion::Long)
@@ -162,6 +166,40 @@ bool formatTag(String& tag, String const& tagFormat, unsigned long index) {
     else
         tag.format(tagFormat.buffer(), static_cast<unsigned>(index));
 #pragma GCC diagnostic pop
+}
+
+// The usual tag is formatted on the stack by the engine, so a lookup allocates nothing.
+// Longer tags, patterns where the engine and the C library differ, and 64-bit hosts'
+// indexes past 31 bits (which the C library writes whole and the engine cuts to the
+// device's width) take String::format.
+constexpr uint32_t kTagRoom = 96;
+
+bool formatTagInPlace(char (&tag)[kTagRoom], char const* pattern, TagPattern form,
+                      unsigned long index) {
+    if (!form.engineAgrees || (sizeof(long) > 4 && index > 0x7FFFFFFFul))
+        return false;
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    int const n = form.kind == IndexConversion::Long
+                      ? snxprintf(tag, 0, kTagRoom, pattern, index)
+                      : snxprintf(tag, 0, kTagRoom, pattern, static_cast<unsigned>(index));
+#pragma GCC diagnostic pop
+    return n < static_cast<int>(kTagRoom) - 1;
+}
+
+// An indexed lookup answered without a String: false when it must go through one.
+// Otherwise value is the stored value, or null for an absent tag or an invalid pattern.
+bool findIndexedInPlace(INStringHashTable const& table, String const& tagFormat,
+                        TagPattern form, unsigned long index, String const*& value) {
+    value = nullptr;
+    if (form.kind == IndexConversion::Invalid)
+        return true;
+    char tag[kTagRoom];
+    if (!formatTagInPlace(tag, tagFormat.buffer(), form, index))
+        return false;
+    void* found = nullptr;
+    if (table.getValueFromKey(tag, &found))
+        value = static_cast<String const*>(found);
     return true;
 }
 
@@ -211,19 +249,37 @@ long ConfigReader::getValueAsInt(String const& tag, long defaultValue) const {
     return asInteger(*static_cast<String const*>(value));
 }
 
+// A derived reader may override getValue or getValueAsInt: its indexed lookups keep going
+// through them, with the tag in a String. A plain reader answers on the stack.
 String const& ConfigReader::getIndexedValue(String const& tagFormat, unsigned long index,
                                             String const& defaultValue) const {
-    String tag;
-    if (table == nullptr || !formatTag(tag, tagFormat, index))
+    if (table == nullptr)
         return defaultValue;
+    TagPattern const form = patternOf(tagFormat.buffer());
+    String const* value = nullptr;
+    if (typeid(*this) == typeid(ConfigReader) &&
+        findIndexedInPlace(*table, tagFormat, form, index, value))
+        return value != nullptr ? *value : defaultValue;
+    if (form.kind == IndexConversion::Invalid)
+        return defaultValue;
+    String tag;
+    formatTag(tag, tagFormat, form.kind, index);
     return getValue(tag, defaultValue);
 }
 
 long ConfigReader::getIndexedValueAsInt(String const& tagFormat, unsigned long index,
                                         long defaultValue) const {
-    String tag;
-    if (table == nullptr || !formatTag(tag, tagFormat, index))
+    if (table == nullptr)
         return defaultValue;
+    TagPattern const form = patternOf(tagFormat.buffer());
+    String const* value = nullptr;
+    if (typeid(*this) == typeid(ConfigReader) &&
+        findIndexedInPlace(*table, tagFormat, form, index, value))
+        return value != nullptr ? asInteger(*value) : defaultValue;
+    if (form.kind == IndexConversion::Invalid)
+        return defaultValue;
+    String tag;
+    formatTag(tag, tagFormat, form.kind, index);
     return getValueAsInt(tag, defaultValue);
 }
 

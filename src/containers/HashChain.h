@@ -1,5 +1,5 @@
 // Chaining shared by the two hash tables: the bucket rule and walks over an array of chains
-// whose nodes hold key, value and next, in that order.
+// whose nodes hold at least a value and a next pointer.
 #ifndef ORVIK_UTILITIES_CONTAINERS_HASH_CHAIN_H
 #define ORVIK_UTILITIES_CONTAINERS_HASH_CHAIN_H
 

@@ -1,18 +1,23 @@
 // The formatting engine behind snxprintf, vsnxprintf, strlenf and vstrlenf.
 #include <orvik_utilities/text/Format.h>
 
+#include "internal/FormatDirective.h"
+
 #include <cstring>
 #include <type_traits>
 
-namespace {
+using orvik::detail::Directive;
+using orvik::detail::kAlternate;
+using orvik::detail::kLeft;
+using orvik::detail::kLong;
+using orvik::detail::kPlus;
+using orvik::detail::kShort;
+using orvik::detail::kSpace;
+using orvik::detail::kStarPrecision;
+using orvik::detail::kStarWidth;
+using orvik::detail::kZero;
 
-constexpr uint32_t kLeft = 1;
-constexpr uint32_t kPlus = 2;
-constexpr uint32_t kSpace = 4;
-constexpr uint32_t kAlternate = 8;
-constexpr uint32_t kZero = 16;
-constexpr uint32_t kShort = 32;
-constexpr uint32_t kLong = 64;
+namespace {
 
 constexpr uint32_t kCountingSize = 0xFFFFFFFFu;
 
@@ -132,54 +137,20 @@ template <bool kStore> inline void putFill(Output& out, char fill, uint32_t coun
     advance(out, count);
 }
 
-template <uint32_t kPower, typename Emit> inline uint32_t decimalDigit(uint32_t v, Emit& emit) {
-    emit(static_cast<char>('0' + v / kPower));
-    return v % kPower;
-}
-
-// Digits from the highest power of ten down. Constant divisors let the compiler divide by
-// multiplying; the device has no divide instruction, and a library call per digit would
-// dominate a short conversion.
-template <typename Emit> void emitDecimal(uint32_t v, int32_t digits, Emit emit) {
-    switch (digits) {
-    case 10:
-        v = decimalDigit<1000000000u>(v, emit);
-        [[fallthrough]];
-    case 9:
-        v = decimalDigit<100000000u>(v, emit);
-        [[fallthrough]];
-    case 8:
-        v = decimalDigit<10000000u>(v, emit);
-        [[fallthrough]];
-    case 7:
-        v = decimalDigit<1000000u>(v, emit);
-        [[fallthrough]];
-    case 6:
-        v = decimalDigit<100000u>(v, emit);
-        [[fallthrough]];
-    case 5:
-        v = decimalDigit<10000u>(v, emit);
-        [[fallthrough]];
-    case 4:
-        v = decimalDigit<1000u>(v, emit);
-        [[fallthrough]];
-    case 3:
-        v = decimalDigit<100u>(v, emit);
-        [[fallthrough]];
-    case 2:
-        v = decimalDigit<10u>(v, emit);
-        [[fallthrough]];
-    default:
-        emit(static_cast<char>('0' + v));
-    }
-}
-
-// "00" to "99": a whole field is written from its last digit up, two digits per division,
-// which halves the chain of dependent divisions emitDecimal needs.
+// "00" to "99": a whole field is written from its last digit up, two digits per division.
+// Constant divisors let the compiler divide by multiplying; the device has no divide
+// instruction, and a library call per digit would dominate a short conversion.
 char const kDigitPairs[] =
     "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
     "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
     "8081828384858687888990919293949596979899";
+
+// Pairs are stored a byte at a time: a two-byte copy of unknown alignment is a library
+// call on the device.
+inline void putPair(char* at, uint32_t pair) {
+    at[0] = kDigitPairs[2 * pair];
+    at[1] = kDigitPairs[2 * pair + 1];
+}
 
 inline char* writeDecimal(char* to, uint32_t v, int32_t digits) {
     char* const end = to + digits;
@@ -187,26 +158,27 @@ inline char* writeDecimal(char* to, uint32_t v, int32_t digits) {
     while (v >= 100) {
         uint32_t const rest = v / 100;
         at -= 2;
-        std::memcpy(at, kDigitPairs + 2 * (v - rest * 100), 2);
+        putPair(at, v - rest * 100);
         v = rest;
     }
     if (v >= 10)
-        std::memcpy(at - 2, kDigitPairs + 2 * v, 2);
+        putPair(at - 2, v);
     else
         at[-1] = static_cast<char>('0' + v);
     return end;
 }
 
 // Bases 8 and 16 are powers of two: dividing by a power of the base is a shift.
-template <typename Emit>
-void emitBinary(uint32_t v, int32_t digits, uint32_t bitsPerDigit, char const* table, Emit emit) {
+inline char* writeBinary(char* to, uint32_t v, int32_t digits, uint32_t bitsPerDigit,
+                         char const* table) {
     uint32_t const mask = (1u << bitsPerDigit) - 1;
     for (uint32_t shift = static_cast<uint32_t>(digits - 1) * bitsPerDigit;;
          shift -= bitsPerDigit) {
-        emit(table[(v >> shift) & mask]);
+        *to++ = table[(v >> shift) & mask];
         if (shift == 0)
             break;
     }
+    return to;
 }
 
 constexpr uint32_t kPowersOfTen[] = {1u,      10u,      100u,      1000u,      10000u,
@@ -226,12 +198,6 @@ int32_t binaryDigits(uint32_t v, uint32_t bitsPerDigit) {
     auto const bits = static_cast<uint32_t>(v == 0 ? 1 : 32 - __builtin_clz(v));
     return static_cast<int32_t>((bits + bitsPerDigit - 1) / bitsPerDigit);
 }
-
-struct Directive {
-    uint32_t flags;
-    int32_t width;
-    int32_t precision;
-};
 
 inline int32_t wrapped(uint32_t v) { return static_cast<int32_t>(v); }
 
@@ -253,6 +219,12 @@ struct NumberForm {
     uint32_t prefixLength;
 };
 
+inline char* writeDigits(char* to, uint32_t v, int32_t digits, NumberForm const& form) {
+    if (form.bitsPerDigit == 0)
+        return writeDecimal(to, v, digits);
+    return writeBinary(to, v, digits, form.bitsPerDigit, form.table);
+}
+
 template <bool kStore>
 inline void putNumber(Output& out, Directive d, uint32_t v, NumberForm form) {
     int32_t const digits =
@@ -271,13 +243,15 @@ inline void putNumber(Output& out, Directive d, uint32_t v, NumberForm form) {
             char* to = out.destination + out.stored;
             if (!left)
                 to = fillBytes(to, ' ', pad);
-            for (uint32_t i = 0; i < form.prefixLength; ++i)
-                *to++ = form.prefix[i];
+            // One or two characters, stored one by one: a loop here becomes a library call.
+            if (form.prefixLength != 0) {
+                to[0] = form.prefix[0];
+                if (form.prefixLength == 2)
+                    to[1] = form.prefix[1];
+                to += form.prefixLength;
+            }
             to = fillBytes(to, '0', zeros);
-            if (form.bitsPerDigit == 0)
-                to = writeDecimal(to, v, digits);
-            else
-                emitBinary(v, digits, form.bitsPerDigit, form.table, [&to](char c) { *to++ = c; });
+            to = writeDigits(to, v, digits, form);
             if (left)
                 fillBytes(to, ' ', pad);
         }
@@ -287,14 +261,11 @@ inline void putNumber(Output& out, Directive d, uint32_t v, NumberForm form) {
 
     if (!left)
         putFill<kStore>(out, ' ', pad);
-    for (uint32_t i = 0; i < form.prefixLength; ++i)
-        put<kStore>(out, form.prefix[i]);
+    putText<kStore>(out, form.prefix, form.prefixLength);
     putFill<kStore>(out, '0', zeros);
-    auto emit = [&out](char c) { put<kStore>(out, c); };
-    if (form.bitsPerDigit == 0)
-        emitDecimal(v, digits, emit);
-    else
-        emitBinary(v, digits, form.bitsPerDigit, form.table, emit);
+    char text[32];
+    writeDigits(text, v, digits, form);
+    putText<kStore>(out, text, static_cast<uint32_t>(digits));
     if (left)
         putFill<kStore>(out, ' ', pad);
 }
@@ -351,52 +322,10 @@ inline uint32_t signedArgument(ArgList& args, uint32_t flags) {
     return v;
 }
 
-inline bool isDigit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
-
-// Reads decimal digits; the value wraps in 32 bits rather than overflowing an int.
-inline int32_t readNumber(char const*& f) {
-    uint32_t n = 0;
-    while (isDigit(*f))
-        n = n * 10 + static_cast<uint32_t>(*f++ - '0');
-    return wrapped(n);
-}
-
-// Parses and emits the directive after a '%'; f points at the character following the
-// '%' and is left on the last character the directive used, or on the format's NUL.
-template <bool kStore> void runDirective(Output& out, char const*& f, ArgList& args) {
-    Directive d{0, 0, -1};
-    // Every flag character sorts at or below '0', so letters and digits leave at once.
-    for (; *f <= '0'; ++f) {
-        uint32_t bit;
-        switch (*f) {
-        case '-':
-            bit = kLeft;
-            break;
-        case '+':
-            bit = kPlus;
-            break;
-        case ' ':
-            bit = kSpace;
-            break;
-        case '#':
-            bit = kAlternate;
-            break;
-        case '0':
-            bit = kZero;
-            break;
-        default:
-            bit = 0;
-            break;
-        }
-        if (bit == 0)
-            break;
-        d.flags |= bit;
-    }
-    if ((d.flags & kLeft) != 0)
-        d.flags &= ~kZero;
-
-    // A negative '*' width means '-', but a '0' among the flags was already kept.
-    if (*f == '*') {
+// The '*' arguments come before the value, width first. A negative width means '-', but a
+// '0' among the flags was already kept.
+inline void takeStarArguments(Directive& d, ArgList& args) {
+    if ((d.flags & kStarWidth) != 0) {
         int const width = va_arg(args, int);
         if (width < 0) {
             d.flags |= kLeft;
@@ -404,31 +333,38 @@ template <bool kStore> void runDirective(Output& out, char const*& f, ArgList& a
         } else {
             d.width = width;
         }
-        ++f;
-    } else {
-        d.width = readNumber(f);
     }
-
-    if (*f == '.') {
-        ++f;
-        if (*f == '*') {
-            int const precision = va_arg(args, int);
-            d.precision = precision < 0 ? -1 : precision;
-            ++f;
-        } else {
-            d.precision = readNumber(f);
-        }
+    if ((d.flags & kStarPrecision) != 0) {
+        int const precision = va_arg(args, int);
+        d.precision = precision < 0 ? -1 : precision;
     }
+}
 
-    if (*f == 'h') {
-        d.flags |= kShort;
-        ++f;
-    } else if (*f == 'l') {
-        d.flags |= kLong;
-        ++f;
+// The sign of a signed conversion goes to the prefix; the magnitude is taken unsigned, so
+// the most negative int needs no special case.
+inline uint32_t takeSign(uint32_t v, uint32_t flags, NumberForm& form) {
+    if ((v & 0x80000000u) != 0) {
+        v = 0u - v;
+        form.prefix = "-";
+    } else if ((flags & kPlus) != 0) {
+        form.prefix = "+";
+    } else if ((flags & kSpace) != 0) {
+        form.prefix = " ";
     }
+    form.prefixLength = form.prefix[0] != '\0' ? 1 : 0;
+    return v;
+}
 
-    char const conversion = *f;
+// "%n": reported in the counting run too, so a caller sizing a buffer sees the same counts.
+inline void reportCount(Output const& out, uint32_t flags, ArgList& args) {
+    if ((flags & kShort) != 0)
+        *va_arg(args, short*) = static_cast<short>(produced(out) & 0xFFFFu);
+    else
+        *va_arg(args, int*) = static_cast<int>(produced(out));
+}
+
+// Writes one parsed directive's conversion; the format's NUL writes nothing.
+template <bool kStore> void convert(Output& out, Directive d, char conversion, ArgList& args) {
     uint32_t v;
     NumberForm form{0, kLowerDigits, "", 0};
     switch (conversion) {
@@ -436,17 +372,7 @@ template <bool kStore> void runDirective(Output& out, char const*& f, ArgList& a
         return;
     case 'd':
     case 'i':
-        v = signedArgument(args, d.flags);
-        // The magnitude is taken unsigned, so the most negative int needs no special case.
-        if ((v & 0x80000000u) != 0) {
-            v = 0u - v;
-            form.prefix = "-";
-        } else if ((d.flags & kPlus) != 0) {
-            form.prefix = "+";
-        } else if ((d.flags & kSpace) != 0) {
-            form.prefix = " ";
-        }
-        form.prefixLength = form.prefix[0] != '\0' ? 1 : 0;
+        v = takeSign(signedArgument(args, d.flags), d.flags, form);
         break;
     case 'o':
         v = unsignedArgument(args, d.flags);
@@ -469,7 +395,6 @@ template <bool kStore> void runDirective(Output& out, char const*& f, ArgList& a
     case 'c': {
         char const c = static_cast<char>(va_arg(args, int));
         putString<kStore>(out, d, &c, c == '\0' || d.precision == 0 ? 0 : 1);
-        ++f;
         return;
     }
     case 's': {
@@ -477,27 +402,80 @@ template <bool kStore> void runDirective(Output& out, char const*& f, ArgList& a
         if (text == nullptr)
             text = "(null)";
         putString<kStore>(out, d, text, textLength(text, d.precision));
-        ++f;
         return;
     }
     case 'n':
-        // Reported in the counting run too: a caller sizing a buffer sees the same counts.
-        if ((d.flags & kShort) != 0)
-            *va_arg(args, short*) = static_cast<short>(produced(out) & 0xFFFFu);
-        else
-            *va_arg(args, int*) = static_cast<int>(produced(out));
-        ++f;
+        reportCount(out, d.flags, args);
         return;
     default:
         put<kStore>(out, conversion);
-        ++f;
         return;
     }
     // Only numbers give up '0' for a precision; "%05.1s" still fills with zeros.
     if (d.precision >= 0)
         d.flags &= ~kZero;
     putNumber<kStore>(out, d, v, form);
-    ++f;
+}
+
+// "%d", "%i" and "%u" with nothing between the '%' and the letter but an 'l' are most of
+// what daemons format; whole numbers that fit skip the general field arithmetic. On the
+// device it is a call of its own, with the state in and out by value as in putManySlowly:
+// written in line, it crowds the registers of the directive loop and every other directive
+// pays for it. A 64-bit host has the registers, and there the call would cost the time.
+#if defined(__x86_64__)
+#define ORVIK_PLAIN_DECIMAL_PLACE __attribute__((always_inline)) inline
+#else
+#define ORVIK_PLAIN_DECIMAL_PLACE __attribute__((noinline))
+#endif
+template <bool kStore>
+ORVIK_PLAIN_DECIMAL_PLACE Output putPlainDecimal(Output out, uint32_t v, bool isSigned) {
+    uint32_t const sign = isSigned ? v >> 31 : 0;
+    if (sign != 0)
+        v = 0u - v;
+    int32_t const digits = decimalDigits(v);
+    uint32_t const length = sign + static_cast<uint32_t>(digits);
+    if (!fits(out, length)) {
+        char text[16];
+        text[0] = '-';
+        writeDecimal(text + sign, v, digits);
+        putText<kStore>(out, text, length);
+        return out;
+    }
+    if constexpr (kStore) {
+        char* const to = out.destination + out.stored;
+        to[0] = '-'; // overwritten by the first digit when there is no sign
+        writeDecimal(to + sign, v, digits);
+    }
+    advance(out, length);
+    return out;
+}
+
+inline bool isPlainDecimal(Directive const& d, char conversion) {
+    return ((d.flags & ~kLong) | static_cast<uint32_t>(d.width)) == 0 && d.precision < 0 &&
+           (conversion == 'd' || conversion == 'i' || conversion == 'u');
+}
+
+// The directive after a '%': f points at the character following the '%' and is left
+// after the conversion character, or on the format's NUL.
+template <bool kStore> void runDirective(Output& out, char const*& f, ArgList& args) {
+    Directive d;
+    f = orvik::detail::parseDirective(f, d);
+    // Only the storing run takes it: a second copy would cost the device more flash than
+    // the counting run would gain.
+    if (kStore && isPlainDecimal(d, *f)) {
+        bool const isSigned = *f != 'u';
+        uint32_t const v = isSigned ? signedArgument(args, d.flags) : unsignedArgument(args, d.flags);
+        out = putPlainDecimal<kStore>(out, v, isSigned);
+        ++f;
+        return;
+    }
+    if ((d.flags & kLeft) != 0)
+        d.flags &= ~kZero;
+    if ((d.flags & (kStarWidth | kStarPrecision)) != 0)
+        takeStarArguments(d, args);
+    convert<kStore>(out, d, *f, args);
+    if (*f != '\0')
+        ++f;
 }
 
 template <bool kStore>

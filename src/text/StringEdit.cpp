@@ -65,24 +65,30 @@ void insertBytes(String& s, int32_t position, char const* text, int32_t n) {
 // The characters are the platform's, cut to the engine's count. Where the platform writes
 // fewer (or fails), the engine's own output fills the whole field instead, so the text
 // never holds bytes nobody wrote and always agrees with its length.
-void writeFormatted(char* destination, int32_t n, char const* format, va_list platformArgs,
-                    va_list engineArgs) {
+ORVIK_PRINTF_LIKE(3, 0)
+void writeFormatted(char* destination, int32_t n, char const* format, va_list args) {
     auto const size = static_cast<uint32_t>(n) + 1;
+    va_list platformArgs;
+    va_copy(platformArgs, args);
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
     int const written = std::vsnprintf(destination, size, format, platformArgs);
+    va_end(platformArgs);
     if (written < n)
-        vsnxprintf(destination, 0, size, format, engineArgs);
+        vsnxprintf(destination, 0, size, format, args);
 #pragma GCC diagnostic pop
 }
 
 // concatf and format: the formatted text goes after the first keep characters, or, for
-// keep -1 (format), replaces the whole text, and a count of 0 then empties it. Each va_list
-// is a fresh start of the same arguments: one for counting, one per writer.
+// keep -1 (format), replaces the whole text, and a count of 0 then empties it. The
+// arguments are read up to three times: counted, written by the platform, and written by
+// the engine where the platform falls short.
 ORVIK_PRINTF_LIKE(3, 0)
-void formatAfter(String& s, int32_t keep, char const* format, va_list counting,
-                 va_list platformArgs, va_list engineArgs) {
+void formatAfter(String& s, int32_t keep, char const* format, va_list args) {
+    va_list counting;
+    va_copy(counting, args);
     int32_t const n = vstrlenf(format, counting);
+    va_end(counting);
     if (n <= 0) {
         if (keep < 0)
             StringAccess::becomeEmpty(s);
@@ -100,7 +106,7 @@ void formatAfter(String& s, int32_t keep, char const* format, va_list counting,
         if (target == nullptr)
             return;
     }
-    writeFormatted(StringAccess::text(target) + kept, n, format, platformArgs, engineArgs);
+    writeFormatted(StringAccess::text(target) + kept, n, format, args);
     if (target != StringAccess::buffer(s))
         StringAccess::adopt(s, target);
     StringAccess::setLength(s, newLength);
@@ -237,30 +243,18 @@ String& String::insert(long position, char c) {
 // ---- formatting -----------------------------------------------------------------------
 
 String& String::concatf(char const* format, ...) {
-    va_list counting;
-    va_list platformArgs;
-    va_list engineArgs;
-    va_start(counting, format);
-    va_start(platformArgs, format);
-    va_start(engineArgs, format);
-    formatAfter(*this, lengthOf(*this), format, counting, platformArgs, engineArgs);
-    va_end(engineArgs);
-    va_end(platformArgs);
-    va_end(counting);
+    va_list args;
+    va_start(args, format);
+    formatAfter(*this, lengthOf(*this), format, args);
+    va_end(args);
     return *this;
 }
 
 String& String::format(char const* format, ...) {
-    va_list counting;
-    va_list platformArgs;
-    va_list engineArgs;
-    va_start(counting, format);
-    va_start(platformArgs, format);
-    va_start(engineArgs, format);
-    formatAfter(*this, -1, format, counting, platformArgs, engineArgs);
-    va_end(engineArgs);
-    va_end(platformArgs);
-    va_end(counting);
+    va_list args;
+    va_start(args, format);
+    formatAfter(*this, -1, format, args);
+    va_end(args);
     return *this;
 }
 
