@@ -22,7 +22,9 @@ constexpr uint32_t kNumbers = 65536;
 std::vector<std::string> makeKeys() {
     std::vector<std::string> keys;
     for (std::size_t i = 0; i < kKeys; ++i)
-        keys.push_back((i % 3 == 0 ? "route" : i % 3 == 1 ? "wlan.ssid" : "wwan.apn.") +
+        keys.push_back((i % 3 == 0   ? "route"
+                        : i % 3 == 1 ? "wlan.ssid"
+                                     : "wwan.apn.") +
                        std::to_string(i));
     return keys;
 }

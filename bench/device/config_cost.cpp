@@ -3,11 +3,12 @@
 // `config_cost list` names the cases; `config_cost CASE N` runs one case N times.
 #include <orvik_utilities/config/ConfigReader.h>
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
-#include <unistd.h>
 #include <unordered_map>
 #include <vector>
 
@@ -97,12 +98,10 @@ struct Case {
 
 Case const kCases[] = {
     {"reader_get_value", "map_find", "ConfigReader::getValue, 1,000 tags", readerGetValue},
-    {"map_find", "-", "std::unordered_map<std::string, std::string>::find, the same tags",
-     mapFind},
+    {"map_find", "-", "std::unordered_map<std::string, std::string>::find, the same tags", mapFind},
     {"reader_get_indexed_value", "snprintf_map_find",
      "ConfigReader::getIndexedValue \"route%lu\", 1,000 tags", readerGetIndexedValue},
-    {"snprintf_map_find", "-", "snprintf \"route%lu\" then unordered_map::find",
-     snprintfMapFind},
+    {"snprintf_map_find", "-", "snprintf \"route%lu\" then unordered_map::find", snprintfMapFind},
 };
 
 } // namespace

@@ -25,7 +25,9 @@ int gValue;
 std::vector<std::string> makeKeys() {
     std::vector<std::string> keys;
     for (unsigned i = 0; i < kKeys; ++i)
-        keys.push_back((i % 3 == 0 ? "route" : i % 3 == 1 ? "wlan.ssid" : "wwan.apn.") +
+        keys.push_back((i % 3 == 0   ? "route"
+                        : i % 3 == 1 ? "wlan.ssid"
+                                     : "wwan.apn.") +
                        std::to_string(i));
     return keys;
 }
@@ -90,8 +92,7 @@ Case const kCases[] = {
      stringMap},
     {"number_table_lookup", "number_map_find",
      "INUInt32HashTable::getValueFromKey, 1,000 keys in 1,024 buckets", numberTable},
-    {"number_map_find", "-", "std::unordered_map<uint32_t, void*>::find, the same keys",
-     numberMap},
+    {"number_map_find", "-", "std::unordered_map<uint32_t, void*>::find, the same keys", numberMap},
 };
 
 } // namespace

@@ -82,8 +82,7 @@ void portableBase64Encode(unsigned long n) {
 ProbeCase const kCases[] = {
     {"i32toa", "snprintf_ld", "i32toa radix 10", i32toaDecimal},
     {"snprintf_ld", "-", "glibc snprintf(\"%ld\")", snprintfLong},
-    {"base64_encode_1k", "portable_base64_1k", "Base64::encode 1 KiB into a String",
-     base64Encode},
+    {"base64_encode_1k", "portable_base64_1k", "Base64::encode 1 KiB into a String", base64Encode},
     {"portable_base64_1k", "-", "portable 3-to-4 encoder, 1 KiB into a char array",
      portableBase64Encode},
 };

@@ -52,7 +52,9 @@ Case const kCases[] = {
     {"strlenf_d", "snprintf_null_d", "strlenf \"%d\" (counting only)",
      [](unsigned i) { gSink = static_cast<char>(strlenf("%d", kNumbers[i % 8])); }},
     {"snprintf_null_d", "-", "glibc snprintf(nullptr, 0, \"%d\")",
-     [](unsigned i) { gSink = static_cast<char>(std::snprintf(nullptr, 0, "%d", kNumbers[i % 8])); }},
+     [](unsigned i) {
+         gSink = static_cast<char>(std::snprintf(nullptr, 0, "%d", kNumbers[i % 8]));
+     }},
 };
 
 } // namespace

@@ -39,10 +39,10 @@ namespace detail {
 /// True for the types that silently narrow to one character: every arithmetic and
 /// enumeration type except the three narrow character types, which are bytes already.
 template <typename T>
-constexpr bool kNarrowsToCharacter =
-    (std::is_arithmetic<T>::value || std::is_enum<T>::value) &&
-    !std::is_same<T, char>::value && !std::is_same<T, signed char>::value &&
-    !std::is_same<T, unsigned char>::value;
+constexpr bool kNarrowsToCharacter = (std::is_arithmetic<T>::value || std::is_enum<T>::value) &&
+                                     !std::is_same<T, char>::value &&
+                                     !std::is_same<T, signed char>::value &&
+                                     !std::is_same<T, unsigned char>::value;
 
 /// Enables a deleted overload for the types above.
 template <typename T>

@@ -1,6 +1,5 @@
 // Configuration file reader: one pass over the file into a string-keyed table of values.
 #include <orvik_utilities/config/ConfigReader.h>
-
 #include <orvik_utilities/containers/INStringHashTable.h>
 #include <orvik_utilities/numbers/IntegerText.h>
 #include <orvik_utilities/text/Format.h>
@@ -36,8 +35,7 @@ public:
             unsigned char const* const from = block + begin;
             void const* const newline = std::memchr(from, '\n', span);
             std::size_t const take =
-                newline ? std::size_t(static_cast<unsigned char const*>(newline) - from) + 1
-                        : span;
+                newline ? std::size_t(static_cast<unsigned char const*>(newline) - from) + 1 : span;
             std::memcpy(out + length, from, take);
             length += take;
             begin += take;
@@ -189,8 +187,8 @@ bool formatTagInPlace(char (&tag)[kTagRoom], char const* pattern, TagPattern for
 
 // An indexed lookup answered without a String: false when it must go through one.
 // Otherwise value is the stored value, or null for an absent tag or an invalid pattern.
-bool findIndexedInPlace(INStringHashTable const& table, String const& tagFormat,
-                        TagPattern form, unsigned long index, String const*& value) {
+bool findIndexedInPlace(INStringHashTable const& table, String const& tagFormat, TagPattern form,
+                        unsigned long index, String const*& value) {
     value = nullptr;
     if (form.kind == IndexConversion::Invalid)
         return true;

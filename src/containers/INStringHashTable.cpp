@@ -41,8 +41,8 @@ uint32_t fullHash(char const* key, std::size_t& length) {
         if (p[0] == 0 || p[1] == 0 || p[2] == 0 || p[3] == 0)
             break;
         uint32_t const c0 = p[0], c1 = p[1], c2 = p[2], c3 = p[3];
-        uint32_t const bytes = (c0 ^ c0 << 5 ^ c0 << 10 ^ c0 << 15) ^ (c1 ^ c1 << 10) ^
-                               (c2 ^ c2 << 5) ^ c3;
+        uint32_t const bytes =
+            (c0 ^ c0 << 5 ^ c0 << 10 ^ c0 << 15) ^ (c1 ^ c1 << 10) ^ (c2 ^ c2 << 5) ^ c3;
         h = h ^ (h << 20) ^ bytes;
     }
     for (; *p != 0; ++p)
@@ -81,8 +81,7 @@ struct SameKey {
     uint32_t hash;
     std::size_t length;
     template <typename Entry> bool operator()(Entry const& entry) const {
-        return entry.hash == hash && entry.length == length &&
-               sameBytes(entry.key(), key, length);
+        return entry.hash == hash && entry.length == length && sameBytes(entry.key(), key, length);
     }
 };
 

@@ -29,8 +29,8 @@ void takeBits(uint32_t* words, uint32_t offset, uint32_t bits) {
 }
 
 // [lo, hi] within [first, last]; false when nothing is left of it.
-bool clampBounds(unsigned long lo, unsigned long hi, uint32_t first, uint32_t last,
-                 uint32_t& low, uint32_t& high) {
+bool clampBounds(unsigned long lo, unsigned long hi, uint32_t first, uint32_t last, uint32_t& low,
+                 uint32_t& high) {
     if (!fits32(lo))
         return false;
     low = static_cast<uint32_t>(lo) > first ? static_cast<uint32_t>(lo) : first;
@@ -85,8 +85,8 @@ inline uint32_t firstInStep(uint32_t const* p) {
     for (unsigned i = 0; i < 4; ++i) {
         __m128i v;
         std::memcpy(&v, p + 4 * i, sizeof v);
-        auto const bits = static_cast<uint32_t>(
-            _mm_movemask_epi8(_mm_cmpeq_epi32(v, _mm_setzero_si128())));
+        auto const bits =
+            static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi32(v, _mm_setzero_si128())));
         zeroWords |= uint64_t{bits} << (16 * i);
     }
     return static_cast<uint32_t>(__builtin_ctzll(~zeroWords)) / 4;
@@ -163,8 +163,8 @@ using Finder = bool (*)(uint32_t const*, uint32_t, uint32_t, uint32_t&);
 
 // Round-robin within [low, high] by offsets: ahead from start up to high, then round from
 // low to just below start. No offset outside [low, high] is ever found.
-bool findRoundRobin(Finder find, uint32_t const* words, uint32_t low, uint32_t start,
-                    uint32_t high, uint32_t& found) {
+bool findRoundRobin(Finder find, uint32_t const* words, uint32_t low, uint32_t start, uint32_t high,
+                    uint32_t& found) {
     if (find(words, start, high / 32, found) && found <= high)
         return true;
     return find(words, low, start / 32, found) && found < start;
@@ -173,8 +173,8 @@ bool findRoundRobin(Finder find, uint32_t const* words, uint32_t low, uint32_t s
 } // namespace
 
 NumberBag::NumberBag(unsigned long first, unsigned long last)
-    : bitmap(nullptr), firstNumber(saturate32(first)), lastNumber(saturate32(last)),
-      numberCount(0), wordCount(0) {
+    : bitmap(nullptr), firstNumber(saturate32(first)), lastNumber(saturate32(last)), numberCount(0),
+      wordCount(0) {
     // Outside the range model (empty, reversed, or all 2^32 numbers, whose count wraps to 0
     // in 32 bits): the bag stays empty rather than guessing at a range.
     if (!fits32(first) || firstNumber > lastNumber || lastNumber - firstNumber == kAllBits)

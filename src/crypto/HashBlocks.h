@@ -4,11 +4,11 @@
 #ifndef ORVIK_UTILITIES_CRYPTO_HASH_BLOCKS_H
 #define ORVIK_UTILITIES_CRYPTO_HASH_BLOCKS_H
 
+#include "internal/ByteOrder.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-
-#include "internal/ByteOrder.h"
 
 class HashContext;
 
@@ -72,9 +72,8 @@ inline void loadBigEndianWords(uint32_t (&words)[16], unsigned char const* block
 // The bodies of the small operations MD5 and SHA-1 share; each context passes its own
 // fields. Wiping sets the returned length to the complete one, as a new context has.
 template <std::size_t N>
-inline int startMessage(uint32_t (&state)[N], uint32_t const (&initial)[N],
-                        uint32_t (&count)[2], uint32_t& returned, unsigned long requested,
-                        uint32_t complete) {
+inline int startMessage(uint32_t (&state)[N], uint32_t const (&initial)[N], uint32_t (&count)[2],
+                        uint32_t& returned, unsigned long requested, uint32_t complete) {
     returned = returnedLength(requested, complete);
     count[0] = 0;
     count[1] = 0;

@@ -30,20 +30,20 @@ inline void choose(uint32_t a, uint32_t& b, uint32_t c, uint32_t d, uint32_t& e,
 }
 
 inline void parity1(uint32_t a, uint32_t& b, uint32_t c, uint32_t d, uint32_t& e, uint32_t w,
-                   uint32_t k) {
+                    uint32_t k) {
     e += k + w + (b ^ c ^ d) + rotateLeft(a, 5);
     b = rotateLeft(b, 30);
 }
 
 // The majority as a sum of its two disjoint parts, (b & c) and (d & (b ^ c)).
 inline void majority(uint32_t a, uint32_t& b, uint32_t c, uint32_t d, uint32_t& e, uint32_t w,
-                   uint32_t k) {
+                     uint32_t k) {
     e += k + w + (d & (b ^ c)) + (b & c) + rotateLeft(a, 5);
     b = rotateLeft(b, 30);
 }
 
 inline void parity2(uint32_t a, uint32_t& b, uint32_t c, uint32_t d, uint32_t& e, uint32_t w,
-                   uint32_t k) {
+                    uint32_t k) {
     e += k + w + (b ^ c ^ d) + rotateLeft(a, 5);
     b = rotateLeft(b, 30);
 }

@@ -123,9 +123,8 @@ char* encodeBlocks(unsigned char const* in, uint32_t blocks, char* out) {
         uint64_t word;
         std::memcpy(&word, in, sizeof word);
         uint64_t const bits = __builtin_bswap64(word) >> 16;
-        uint64_t const text =
-            quad(static_cast<uint32_t>(bits >> 24)) |
-            uint64_t{quad(static_cast<uint32_t>(bits) & 0xFFFFFFu)} << 32;
+        uint64_t const text = quad(static_cast<uint32_t>(bits >> 24)) |
+                              uint64_t{quad(static_cast<uint32_t>(bits) & 0xFFFFFFu)} << 32;
         std::memcpy(out, &text, sizeof text);
     }
     for (; blocks != 0; --blocks, in += 3, out += 4) {
@@ -164,8 +163,7 @@ int32_t encodedLength(unsigned long count, uint32_t blocksPerLine) {
     return chars <= INT32_MAX ? static_cast<int32_t>(chars) : -1;
 }
 
-bool overlaps(unsigned char const* bytes, unsigned long count, char const* text,
-              int32_t capacity) {
+bool overlaps(unsigned char const* bytes, unsigned long count, char const* text, int32_t capacity) {
     auto const a = reinterpret_cast<uintptr_t>(bytes);
     auto const b = reinterpret_cast<uintptr_t>(text);
     return a < b + static_cast<uint32_t>(capacity) + 1 && b < a + count;
@@ -298,8 +296,7 @@ int Base64::decode(String const& text, unsigned char* output, unsigned long& len
     unsigned long written = 0;
 
     for (;;) {
-        unsigned char* const out =
-            decodeGroups(p, end, output + written, (capacity - written) / 3);
+        unsigned char* const out = decodeGroups(p, end, output + written, (capacity - written) / 3);
         written = static_cast<unsigned long>(out - output);
 
         // One group the slow way: skip foreign characters, stop at the end of the text.

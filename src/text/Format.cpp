@@ -464,7 +464,8 @@ template <bool kStore> void runDirective(Output& out, char const*& f, ArgList& a
     // the counting run would gain.
     if (kStore && isPlainDecimal(d, *f)) {
         bool const isSigned = *f != 'u';
-        uint32_t const v = isSigned ? signedArgument(args, d.flags) : unsignedArgument(args, d.flags);
+        uint32_t const v =
+            isSigned ? signedArgument(args, d.flags) : unsignedArgument(args, d.flags);
         out = putPlainDecimal<kStore>(out, v, isSigned);
         ++f;
         return;

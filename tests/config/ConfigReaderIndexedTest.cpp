@@ -75,8 +75,8 @@ std::string randomPattern(std::mt19937& rng) {
 }
 
 TEST_F(ConfigReaderIndexedTest, FindsTheTagStringFormatWrites) {
-    std::vector<unsigned long> indexes = {0, 1, 7, 255, 65535, 65536, 0x7FFFFFFFul, 0x80000000ul,
-                                          0xFFFFFFFFul};
+    std::vector<unsigned long> indexes = {
+        0, 1, 7, 255, 65535, 65536, 0x7FFFFFFFul, 0x80000000ul, 0xFFFFFFFFul};
     if (sizeof(long) > 4)
         indexes.push_back(static_cast<unsigned long>(0x100000005ull));
     std::mt19937 rng(29);

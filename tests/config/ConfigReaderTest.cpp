@@ -68,15 +68,16 @@ std::string load(std::string const& f, Model& m) {
 
 long asInt(std::string const& value) {
     std::string v = value.c_str();
-    std::transform(v.begin(), v.end(), v.begin(), [](char c) { return char(std::tolower(c & 0xFF)); });
+    std::transform(v.begin(), v.end(), v.begin(),
+                   [](char c) { return char(std::tolower(c & 0xFF)); });
     return v == "on" ? 1 : v == "off" ? 0 : valueOf32(value.c_str());
 }
 
 // Random files of lines, comments, blanks, NUL bytes and lines past the 1022-byte pieces.
 TEST_F(ConfigReaderTest, RandomFilesLoadAsTheModelSays) {
     std::mt19937 rng(5);
-    char const* const tokens[] = {"a", "b", "on", "OfF", "12", "FFh", "=", "=",
-                                  "#", " ", "\t", "\r", "\n", "\n", "\xff", "\x80"};
+    char const* const tokens[] = {"a", "b", "on", "OfF", "12", "FFh", "=",    "=",
+                                  "#", " ", "\t", "\r",  "\n", "\n",  "\xff", "\x80"};
     for (int round = 0; round < 300; ++round) {
         std::string f;
         for (auto n = rng() % 200; n > 0; --n)
@@ -100,7 +101,8 @@ TEST_F(ConfigReaderTest, RandomFilesLoadAsTheModelSays) {
         ASSERT_EQ(&reader.getValue(String(probe.c_str()), fallback) == &fallback, !known);
         CaptureStdout();
         ASSERT_EQ(reader.add(String(probe.c_str()), String("v w")), !known);
-        ASSERT_EQ(GetCapturedStdout(), known ? "cfg: Ignoring duplicate tag:" + probe + "=v w\n" : "");
+        ASSERT_EQ(GetCapturedStdout(),
+                  known ? "cfg: Ignoring duplicate tag:" + probe + "=v w\n" : "");
         ASSERT_EQ(get(reader, probe), known ? m[probe] : "v w");
     }
 }
@@ -170,10 +172,12 @@ TEST(ConfigReaderHelpers, StrcpystripAndIndexof) {
     for (int len : {4, 3, 0})
         EXPECT_TRUE(reader.strcpystrip(dst, 16, src, len) && dst == std::string(len ? "ab" : ""));
     EXPECT_TRUE(reader.strcpystrip(dst, 5, tab, 3) && dst == std::string("\tx"));
-    EXPECT_EQ(std::to_string(reader.indexof(text, '=')) + std::to_string(reader.indexof(text, 'a')) +
-                  std::to_string(reader.indexof(text, 'c')) + std::to_string(reader.indexof(text, 'x')) +
-                  std::to_string(reader.indexof(text, '\0')) + std::to_string(reader.indexof(nullptr, 'a')),
-              "104-1-1-1");
+    EXPECT_EQ(
+        std::to_string(reader.indexof(text, '=')) + std::to_string(reader.indexof(text, 'a')) +
+            std::to_string(reader.indexof(text, 'c')) + std::to_string(reader.indexof(text, 'x')) +
+            std::to_string(reader.indexof(text, '\0')) +
+            std::to_string(reader.indexof(nullptr, 'a')),
+        "104-1-1-1");
 }
 
 } // namespace

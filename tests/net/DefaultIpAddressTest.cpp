@@ -4,9 +4,9 @@
 
 #include "support/Sandbox.h"
 
-#include <net/if.h>
-
 #include <gtest/gtest.h>
+
+#include <net/if.h>
 
 #include <string>
 
@@ -61,8 +61,8 @@ TEST(DefaultIpAddressEnvTest, HighestIndexWithAnAddressWins) {
     unsigned const gapAfter = if_nametoindex("ve");
     ASSERT_GT(gapAfter, 5u);
     ASSERT_TRUE(ns.addAddress("ve", "10.9.9.9/8")) << ns.error();
-    EXPECT_EQ(defaultAddress(), byIndex[3] == "vc" || byIndex[3] == "vd" ? "10.1.0.1"
-                                                                           : "172.16.5.9");
+    EXPECT_EQ(defaultAddress(),
+              byIndex[3] == "vc" || byIndex[3] == "vd" ? "10.1.0.1" : "172.16.5.9");
 }
 
 TEST(DefaultIpAddressEnvTest, NamespaceIsLeftOnDestruction) {

@@ -1,7 +1,8 @@
 // The probes' packets byte by byte, their reply tests and the ARP line reader: no sockets,
 // so they run on every target.
-#include "net/ArpLine.h"
 #include "net/EchoPacket.h"
+
+#include "net/ArpLine.h"
 
 #include <gtest/gtest.h>
 
@@ -38,8 +39,8 @@ TEST(EchoPacketTest, PingRequestLayout) {
     unsigned char packet[kPingRequestLength + 1];
     std::memset(packet, 0xAA, sizeof packet);
     fillPingRequest(packet, 0x0A000001, 0xC0A80102, 0x1234, 0xFEDC);
-    Bytes const expected = {0x45, 0, 0, 28, 0, 0, 0, 0, 128, 1, 0, 0, 10, 0, 0, 1,
-                            192, 168, 1, 2, 8, 0, 0, 0, 0x12, 0x34, 0xFE, 0xDC, 0xAA};
+    Bytes const expected = {0x45, 0,   0,   28, 0, 0, 0, 0, 128, 1,    0,    0,    10,   0,   0,
+                            1,    192, 168, 1,  2, 8, 0, 0, 0,   0x12, 0x34, 0xFE, 0xDC, 0xAA};
     EXPECT_EQ(Bytes(packet, packet + sizeof packet), expected);
 }
 
@@ -51,8 +52,8 @@ TEST(EchoPacketTest, RawEchoFrameLayoutAndChecksums) {
     fillRawEchoFrame(frame, to, from, 0x0A140102, 0x0A140202, 0xBEEF, 0x0102);
     Bytes const expected = {2, 0, 0, 0, 0, 0x0B, 2, 0, 0, 0, 0, 0x0A, 0x08, 0x00,
                             // IP: DF, TTL 64, ICMP; checksum below
-                            0x45, 0, 0, 28, 0, 0, 0x40, 0, 64, 1, 0x23, 0xb6, 10, 20, 1, 2, 10,
-                            20, 2, 2,
+                            0x45, 0, 0, 28, 0, 0, 0x40, 0, 64, 1, 0x23, 0xb6, 10, 20, 1, 2, 10, 20,
+                            2, 2,
                             // ICMP echo request, network order
                             8, 0, 0x38, 0x0e, 0xBE, 0xEF, 0x01, 0x02, 0xAA};
     EXPECT_EQ(Bytes(frame, frame + sizeof frame), expected);
@@ -65,8 +66,8 @@ TEST(EchoPacketTest, IpEchoPacketKeepsHostOrderFields) {
     std::memset(packet, 0xAA, sizeof packet);
     fillIpEchoPacket(packet, 0x0A140102, 0x0A140202, 0xBEEF, 0x0102);
     Bytes expected(kIpEchoPacketLength + 1, 0);
-    unsigned char const head[] = {0x45, 0, 0, 0, 0, 0, 0, 0, 64, 1, 0, 0, 10, 20, 1, 2, 10, 20, 2,
-                                  2, 8, 0};
+    unsigned char const head[] = {0x45, 0,  0,  0, 0, 0,  0,  0, 64, 1, 0,
+                                  0,    10, 20, 1, 2, 10, 20, 2, 2,  8, 0};
     std::memcpy(expected.data(), head, sizeof head);
     uint16_t const length = 48, id = 0xBEEF, seq = 0x0102;
     std::memcpy(&expected[2], &length, 2);
@@ -139,7 +140,7 @@ TEST(ArpLineTest, CompleteEntriesOfTheNextHopOnly) {
     } const rows[] = {
         {"10.0.0.1     0x1  0x2  02:42:ac:11:00:0b  *  eth0\n", true},
         {"10.0.0.1 0x1 0x6 02:42:ac:11:00:0b * eth0", true}, // permanent, no newline
-        {"10.0.0.1 0x1 2 2:42:AC:11:0:b", true},               // decimal flags, short octets
+        {"10.0.0.1 0x1 2 2:42:AC:11:0:b", true},             // decimal flags, short octets
         {"10.0.0.1\t0x1\t0x2\t02:42:ac:11:00:0b", true},
         {"10.0.0.1 0x1 0x0 00:00:00:00:00:00 * eth0", false}, // incomplete
         {"10.0.0.1 0x1 0x4 02:42:ac:11:00:0b * eth0", false}, // no complete bit
@@ -161,8 +162,8 @@ TEST(ArpLineTest, CompleteEntriesOfTheNextHopOnly) {
     EXPECT_TRUE(arpLineHardwareAddress("10.0.0.12 0x1 0x2 02:00:00:00:00:01", "10.0.0.1", hw));
     // Fields over 63 characters are refused whole, not split.
     std::string const longField = std::string(64, '0') + "2";
-    EXPECT_FALSE(arpLineHardwareAddress(("10.0.0.1 0x1 " + longField + " 02:00:00:00:00:01").c_str(),
-                                        "10.0.0.1", hw));
+    EXPECT_FALSE(arpLineHardwareAddress(
+        ("10.0.0.1 0x1 " + longField + " 02:00:00:00:00:01").c_str(), "10.0.0.1", hw));
     std::string const longest = std::string(62, '0') + "2";
     EXPECT_TRUE(arpLineHardwareAddress(("10.0.0.1 0x1 " + longest + " 02:00:00:00:00:01").c_str(),
                                        "10.0.0.1", hw));

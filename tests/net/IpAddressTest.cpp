@@ -75,8 +75,8 @@ TEST(IpAddressTest, RefusedTextsChangeNothing) {
     IpAddress const before(ip);
     for (char const* bad :
          {"1.2.3.4/33", "256.1.1.1", "01.2.3.4", "1.2.3", "1.2.3.4 ", " 1.2.3.4", "1.2.3.4/",
-          "1.2.3.4/08", "1.2.3.4/24x", "1000.1.1.1", "1.2.3.4.5", "+1.2.3.4", "1.-2.3.4",
-          "1..2.3", "", "1.2.3.4/100", "1.2.3.4//8", "a.b.c.d", "1.2.3.4/3 2"})
+          "1.2.3.4/08", "1.2.3.4/24x", "1000.1.1.1", "1.2.3.4.5", "+1.2.3.4", "1.-2.3.4", "1..2.3",
+          "", "1.2.3.4/100", "1.2.3.4//8", "a.b.c.d", "1.2.3.4/3 2"})
         EXPECT_EQ(ip.setIpAddrAsString(bad), -1) << bad;
     // A NUL byte inside the String is not its end.
     EXPECT_EQ(ip.setIpAddrAsString(String("1.2.3.4").concat("\0", 1)), -1);
@@ -186,7 +186,8 @@ bool referenceParse(std::string const& t, uint32_t& word, int& prefix) {
     for (int i = 0; i < 4; ++i) {
         std::size_t const dot = i < 3 ? quad.find('.', from) : quad.size();
         int octet = 0;
-        if (dot == std::string::npos || !referenceNumber(quad.substr(from, dot - from), 3, 255, octet))
+        if (dot == std::string::npos ||
+            !referenceNumber(quad.substr(from, dot - from), 3, 255, octet))
             return false;
         w = w << 8 | uint32_t(octet);
         from = dot + 1;
@@ -251,8 +252,8 @@ Expected classify(uint32_t a, int len) {
     uint64_t const hostSpan = uint64_t{1} << (32 - len);
     uint64_t const h = a % hostSpan;
     uint64_t const n = a / hostSpan;
-    bool const transit = len >= 2 && len <= 30 && a < 0xE0000000u && a >= 0x01000000u &&
-                         n != 0 && n != (uint64_t{1} << len) - 1;
+    bool const transit = len >= 2 && len <= 30 && a < 0xE0000000u && a >= 0x01000000u && n != 0 &&
+                         n != (uint64_t{1} << len) - 1;
     Expected e;
     e.net = (transit && h == 0) || (a == 0 && len == 0);
     e.iface = transit && h != 0 && h != hostSpan - 1;

@@ -116,11 +116,34 @@ TEST_F(PingClientEnvTest, RequestsOnTheWireAndTheirReplies) {
     Bytes const sent = request();
     ASSERT_EQ(sent.size(), 28u);
     uint16_t const seq = static_cast<uint16_t>(first + 1);
-    Bytes const want = {0x45, 0, 0, 28, sent[4], sent[5], sent[6], sent[7], 128, 1, sent[10],
-                        sent[11], 10, 0, 0, 2, 10, 0, 0, 1, 8, 0, sent[22], sent[23],
+    Bytes const want = {0x45,
+                        0,
+                        0,
+                        28,
+                        sent[4],
+                        sent[5],
+                        sent[6],
+                        sent[7],
+                        128,
+                        1,
+                        sent[10],
+                        sent[11],
+                        10,
+                        0,
+                        0,
+                        2,
+                        10,
+                        0,
+                        0,
+                        1,
+                        8,
+                        0,
+                        sent[22],
+                        sent[23],
                         static_cast<unsigned char>(client.id() >> 8),
                         static_cast<unsigned char>(client.id()),
-                        static_cast<unsigned char>(seq >> 8), static_cast<unsigned char>(seq)};
+                        static_cast<unsigned char>(seq >> 8),
+                        static_cast<unsigned char>(seq)};
     EXPECT_EQ(sent, want);
     unsigned short words[4];
     std::memcpy(words, sent.data() + 20, 8);
@@ -135,7 +158,8 @@ TEST_F(PingClientEnvTest, RequestsOnTheWireAndTheirReplies) {
     Bytes const next = request();
     ASSERT_EQ(next.size(), 28u);
     EXPECT_EQ(next[27], static_cast<unsigned char>(seq + 1));
-    EXPECT_EQ(Bytes(next.begin() + 24, next.begin() + 26), Bytes(want.begin() + 24, want.begin() + 26));
+    EXPECT_EQ(Bytes(next.begin() + 24, next.begin() + 26),
+              Bytes(want.begin() + 24, want.begin() + 26));
 
     // The kernel picks the source when none is given.
     ASSERT_EQ(client.sendSimplePing("10.0.0.1", nullptr), 0);
@@ -196,9 +220,30 @@ TEST_F(PingClientEnvTest, SkipsOtherRepliesAndFollowsTheHeaderLength) {
     ASSERT_GE(sender, 0) << net->gateway.error();
     auto reply = [&](uint16_t id, uint16_t seq, bool options) {
         std::size_t const header = options ? 24 : 20;
-        unsigned char packet[32] = {static_cast<unsigned char>(options ? 0x46 : 0x45), 0, 0,
-                                    static_cast<unsigned char>(header + 8), 0, 0, 0, 0, 64, 1,
-                                    0, 0, 10, 0, 0, 1, 10, 0, 0, 2, 1, 1, 1, 0};
+        unsigned char packet[32] = {static_cast<unsigned char>(options ? 0x46 : 0x45),
+                                    0,
+                                    0,
+                                    static_cast<unsigned char>(header + 8),
+                                    0,
+                                    0,
+                                    0,
+                                    0,
+                                    64,
+                                    1,
+                                    0,
+                                    0,
+                                    10,
+                                    0,
+                                    0,
+                                    1,
+                                    10,
+                                    0,
+                                    0,
+                                    2,
+                                    1,
+                                    1,
+                                    1,
+                                    0};
         unsigned char* const icmp = packet + header;
         icmp[4] = static_cast<unsigned char>(id >> 8), icmp[5] = static_cast<unsigned char>(id);
         icmp[6] = static_cast<unsigned char>(seq >> 8), icmp[7] = static_cast<unsigned char>(seq);
@@ -210,8 +255,8 @@ TEST_F(PingClientEnvTest, SkipsOtherRepliesAndFollowsTheHeaderLength) {
         std::memset(&to, 0, sizeof to);
         to.sin_family = AF_INET;
         to.sin_addr.s_addr = htonl(0x0A000002);
-        return sendto(sender, packet, header + 8, 0, reinterpret_cast<sockaddr*>(&to),
-                      sizeof to) == static_cast<ssize_t>(header + 8) &&
+        return sendto(sender, packet, header + 8, 0, reinterpret_cast<sockaddr*>(&to), sizeof to) ==
+                   static_cast<ssize_t>(header + 8) &&
                orvik_sandbox::readable(client.fd(), 2000);
     };
     ASSERT_TRUE(reply(static_cast<uint16_t>(client.id() + 1), client.seq(), false));

@@ -10,8 +10,8 @@
 
 #include <gtest/gtest.h>
 
-#include <syslog.h>
 #include <sys/time.h>
+#include <syslog.h>
 
 #include <cstring>
 #include <fstream>
@@ -80,8 +80,8 @@ protected:
         ASSERT_TRUE(onRouter >= 0 && onTarget >= 0) << net->gateway.error() << net->far.error();
     }
     void knownGateway() {
-        ASSERT_TRUE(self->ip("neigh replace 10.0.0.1 lladdr " + std::string(orvik_sandbox::kGatewayMac) +
-                             " dev wan0 nud permanent"))
+        ASSERT_TRUE(self->ip("neigh replace 10.0.0.1 lladdr " +
+                             std::string(orvik_sandbox::kGatewayMac) + " dev wan0 nud permanent"))
             << self->error();
     }
 
@@ -184,7 +184,7 @@ TEST_F(RawPingEnvTest, EthernetPathThroughAKnownGateway) {
               (Bytes{0x45, 0, 0, 28, 0, 0, 0x40, 0, 64, 1}));
     EXPECT_EQ(Bytes(sent.begin() + 12, sent.begin() + 20), (Bytes{10, 0, 0, 2, 192, 0, 2, 1}));
     EXPECT_EQ(Bytes(sent.begin() + 26, sent.end()), (Bytes{0, 1})); // network order
-    EXPECT_EQ(atTarget[0][8], 63); // forwarded once
+    EXPECT_EQ(atTarget[0][8], 63);                                  // forwarded once
 }
 
 TEST_F(RawPingEnvTest, EthernetPathQueriesAMissingGatewayFirst) {

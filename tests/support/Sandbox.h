@@ -42,12 +42,12 @@ protected:
 } // namespace orvik_test
 
 // Enters a network namespace called name, or skips the test (no privilege) or fails it.
-#define ORVIK_ENTER_NETWORK_NAMESPACE(name)                                                    \
-    ::orvik_test::NetworkNamespace name;                                                       \
-    do {                                                                                       \
-        if (name.permissionMissing())                                                          \
-            GTEST_SKIP() << "needs root: " << name.error();                                    \
-        ASSERT_TRUE(name.entered()) << name.error();                                           \
+#define ORVIK_ENTER_NETWORK_NAMESPACE(name)                                                        \
+    ::orvik_test::NetworkNamespace name;                                                           \
+    do {                                                                                           \
+        if (name.permissionMissing())                                                              \
+            GTEST_SKIP() << "needs root: " << name.error();                                        \
+        ASSERT_TRUE(name.entered()) << name.error();                                               \
     } while (false)
 
 #endif

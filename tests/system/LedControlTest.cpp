@@ -91,7 +91,9 @@ constexpr char kEventFile[] = "/sys/devices/system/leds/leds0/event";
 
 class LedControlEnvTest : public MountNamespaceTest {
 protected:
-    void prepare() override { ASSERT_TRUE(ns->privateDir("/sys/devices/system/leds/leds0")) << ns->error(); }
+    void prepare() override {
+        ASSERT_TRUE(ns->privateDir("/sys/devices/system/leds/leds0")) << ns->error();
+    }
 };
 
 TEST_F(LedControlEnvTest, EveryLineReachesTheEventFileAsOneWriteWithoutNewline) {

@@ -297,8 +297,9 @@ TEST(StringTest, StringOfFormsTheValueText) {
     EXPECT_EQ(textOf(String::stringOf(static_cast<long>(INT32_MIN))), "-2147483648");
     EXPECT_EQ(textOf(String::stringOf(4294967295UL)), "4294967295");
     EXPECT_EQ(textOf(String::stringOf(reinterpret_cast<void*>(0xBEEFu))), "0xbeef");
-    EXPECT_EQ(textOf(String::stringOf('x') + String::stringOf("yz", 1L, 5L) + String::stringOf("w")),
-              "xzw");
+    EXPECT_EQ(
+        textOf(String::stringOf('x') + String::stringOf("yz", 1L, 5L) + String::stringOf("w")),
+        "xzw");
 }
 
 // Every change swept through its allocation failures, on an unshared and on a shared buffer:

@@ -60,7 +60,8 @@ void Events::emit(std::string const& kind, Fields const& fields) {
     auto const elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(
         std::chrono::steady_clock::now() - start);
     char stamp[32];
-    std::snprintf(stamp, sizeof stamp, "%lld.%03lld", static_cast<long long>(elapsed.count() / 1000),
+    std::snprintf(stamp, sizeof stamp, "%lld.%03lld",
+                  static_cast<long long>(elapsed.count() / 1000),
                   static_cast<long long>(elapsed.count() % 1000));
     std::string line = std::string(stamp) + " " + kind;
     for (auto const& field : fields)

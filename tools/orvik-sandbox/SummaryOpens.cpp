@@ -74,8 +74,8 @@ int installOpenFilter(std::string* why) {
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_USER_NOTIF),
     };
     sock_fprog program = {static_cast<unsigned short>(sizeof code / sizeof code[0]), code};
-    long const listener = syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER,
-                                  SECCOMP_FILTER_FLAG_NEW_LISTENER, &program);
+    long const listener =
+        syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_NEW_LISTENER, &program);
     if (listener < 0)
         *why = errnoText("seccomp(SECCOMP_FILTER_FLAG_NEW_LISTENER)");
     return int(listener);

@@ -30,7 +30,7 @@ public:
     bool answer(int* pid);
 
 private:
-    int summary = -1;       // a memory file holding the text
+    int summary = -1; // a memory file holding the text
     int notifications = -1;
 };
 

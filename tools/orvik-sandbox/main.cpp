@@ -77,7 +77,8 @@ int level(std::string const& text) {
 int amount(std::string const& text, char const* unit, int most) {
     char* end = nullptr;
     long const value = std::strtol(text.c_str(), &end, 10);
-    if (end == text.c_str() || value < 0 || value > most || (*end != '\0' && std::strcmp(end, unit) != 0))
+    if (end == text.c_str() || value < 0 || value > most ||
+        (*end != '\0' && std::strcmp(end, unit) != 0))
         usage(("not a number of " + std::string(unit) + ": " + text).c_str());
     return int(value);
 }
@@ -104,7 +105,8 @@ Options parse(int argc, char** argv) {
             if (equals == 0 || equals == std::string::npos ||
                 setting.find_first_of(" \t\n") != std::string::npos ||
                 level(setting.substr(equals + 1)) < 0)
-                usage(("--log-level wants PROGRAM=LEVEL (0-7 or a priority name): " + setting).c_str());
+                usage(("--log-level wants PROGRAM=LEVEL (0-7 or a priority name): " + setting)
+                          .c_str());
             options.levels[setting.substr(0, equals)] = level(setting.substr(equals + 1));
         } else if (option == "--signal-reload")
             options.signalReload = true;
@@ -270,7 +272,8 @@ void forward(int signal) {
 // in the namespace. Its exit status is COMMAND's.
 [[noreturn]] void runInit(Options const& options, int channel, bool keys) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (unshare(CLONE_NEWNS) != 0 || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+    if (unshare(CLONE_NEWNS) != 0 ||
+        mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
         mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) != 0) {
         std::fprintf(stderr, "orvik-sandbox: %s\n", errnoText("a /proc of its own").c_str());
         _exit(kSetupFailed);
@@ -627,9 +630,12 @@ int Sandbox::run() {
 
     int exitStatus = -1;
     while (exitStatus < 0) {
-        std::vector<pollfd> watched = {{signals, POLLIN, 0},         {syslog.descriptor(), POLLIN, 0},
-                                       {watchdog.descriptor(), POLLIN, 0}, {leds, POLLIN, 0},
-                                       {control, POLLIN, 0},         {channel, POLLIN, 0},
+        std::vector<pollfd> watched = {{signals, POLLIN, 0},
+                                       {syslog.descriptor(), POLLIN, 0},
+                                       {watchdog.descriptor(), POLLIN, 0},
+                                       {leds, POLLIN, 0},
+                                       {control, POLLIN, 0},
+                                       {channel, POLLIN, 0},
                                        {summary->descriptor(), POLLIN, 0},
                                        {keys ? STDIN_FILENO : -1, POLLIN, 0}};
         int timeout = -1;
@@ -684,7 +690,8 @@ int Sandbox::run() {
                     if (ended < 0)
                         break;
                     if (ended == relay)
-                        exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+                        exitStatus =
+                            WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
                 }
             } else if (info.ssi_signo != SIGPIPE && relay > 0)
                 kill(relay, int(info.ssi_signo));
@@ -714,7 +721,8 @@ int main(int argc, char** argv) {
     Options const options = parse(argc, argv);
     int eventsFile = -1;
     if (!options.eventsFile.empty()) {
-        eventsFile = open(options.eventsFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+        eventsFile =
+            open(options.eventsFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
         if (eventsFile < 0) {
             std::fprintf(stderr, "orvik-sandbox: %s\n", errnoText(options.eventsFile).c_str());
             return kSetupFailed;

@@ -86,10 +86,18 @@ bool isNumber(String const& value) {
         return false;
     int radix = 0;
     switch (value.buffer()[length - 1]) {
-    case 'h': case 'x': radix = 16; break;
-    case 'o': radix = 8; break;
-    case 'b': radix = 2; break;
-    default: return false;
+    case 'h':
+    case 'x':
+        radix = 16;
+        break;
+    case 'o':
+        radix = 8;
+        break;
+    case 'b':
+        radix = 2;
+        break;
+    default:
+        return false;
     }
     // The library writes the digits and its own radix letter ("5DCh"); the value's letter
     // may be another of the same radix ('x'), and hexadecimal digits of either case read alike.
@@ -129,9 +137,10 @@ int get(int argc, char** argv) {
                               "value '%s' of '%s' is not a number: write it in decimal or as "
                               "digits with a radix letter (5dch, 17o, 101b)",
                               value.buffer(), argv[2]);
-        long const number = argc == 4 ? reader.getIndexedValueAsInt(
-                                             String(argv[2]), static_cast<unsigned long>(index), 0)
-                                       : reader.getValueAsInt(String(argv[2]), 0);
+        long const number =
+            argc == 4
+                ? reader.getIndexedValueAsInt(String(argv[2]), static_cast<unsigned long>(index), 0)
+                : reader.getValueAsInt(String(argv[2]), 0);
         std::printf("%ld\n", number);
         return tool::kOk;
     }

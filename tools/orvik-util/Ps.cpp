@@ -19,8 +19,7 @@ int runPs(int argc, char** argv) {
         ++shown;
     }
     if (name != nullptr && shown == 0)
-        return tool::fail(tool::kFailed,
-                          "no process whose command line begins with '%s'%s", name,
+        return tool::fail(tool::kFailed, "no process whose command line begins with '%s'%s", name,
                           std::strchr(name, '/') != nullptr
                               ? ""
                               : " (a program started by its path matches only with the path)");

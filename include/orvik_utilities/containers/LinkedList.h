@@ -70,9 +70,7 @@ public:
         return element;
     }
     /// True when the current element has a preceding one.
-    virtual bool hasPrev() const {
-        return current != nullptr && current->getPrev() != nullptr;
-    }
+    virtual bool hasPrev() const { return current != nullptr && current->getPrev() != nullptr; }
     /// The current element, moving to its predecessor; null, without moving, once exhausted.
     virtual T* prev() {
         T* const element = current;

@@ -40,8 +40,7 @@ public:
     /// Takes n and n + 1, both free and within [lo, hi] and the range, n at an even offset
     /// from firstNumber, round-robin after the cursor; *number receives n. A lower bound at
     /// an odd offset is raised to the next even one, so every pair handed out is aligned.
-    bool getNumberPairInRangeRoundRobin(unsigned long lo, unsigned long hi,
-                                        unsigned long* number);
+    bool getNumberPairInRangeRoundRobin(unsigned long lo, unsigned long hi, unsigned long* number);
     /// Puts a taken number back; false when it lies outside the range or is in the bag.
     bool returnNumber(unsigned long number);
     /// True when the number lies in the range and is free.

@@ -15,8 +15,8 @@ bool DeviceNetwork::link(std::string const& local, std::string const& localCidr,
                          std::string const& localMac, PeerHost& peer, std::string const& remote,
                          std::string const& remoteCidr, std::string const& remoteMac,
                          bool remoteUp) {
-    if (!device.ip("link add " + local + " address " + localMac + " type veth peer name " +
-                   remote + " address " + remoteMac) ||
+    if (!device.ip("link add " + local + " address " + localMac + " type veth peer name " + remote +
+                   " address " + remoteMac) ||
         !device.ip("address add " + localCidr + " dev " + local) ||
         !device.ip("link set " + local + " up")) {
         problem = device.error();
@@ -62,7 +62,8 @@ DeviceNetwork::DeviceNetwork(NetworkNamespace& inside, NetworkOptions const& opt
     if (built && options.lanCarrier && !awaitCarrier("lan0", 5000))
         problem = "lan0 has no carrier";
     if (!built && problem.empty())
-        for (std::string const* why : {&device.error(), &gateway.error(), &far.error(), &pc.error()})
+        for (std::string const* why :
+             {&device.error(), &gateway.error(), &far.error(), &pc.error()})
             if (problem.empty())
                 problem = *why;
 }

@@ -16,7 +16,7 @@
 namespace orvik_sandbox {
 
 struct NetworkOptions {
-    bool wanCarrier = true;  // false: the gateway's end of the wan0 link stays down
+    bool wanCarrier = true; // false: the gateway's end of the wan0 link stays down
     bool lanCarrier = true;
     bool defaultRoute = true; // the device's default route via the gateway
     int lossPercent = 0;      // netem on both ends of the wan0 link

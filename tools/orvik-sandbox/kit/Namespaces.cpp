@@ -11,9 +11,9 @@
 #include <poll.h>
 #include <sched.h>
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
-#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -172,7 +172,8 @@ MountNamespace::~MountNamespace() {
     for (auto it = mounts.rbegin(); it != mounts.rend(); ++it)
         umount2(it->c_str(), MNT_DETACH);
     if (unshared && setns(originalNamespace, CLONE_NEWNS) != 0)
-        std::fprintf(stderr, "%s\n", errnoText("returning to the original mount namespace").c_str());
+        std::fprintf(stderr, "%s\n",
+                     errnoText("returning to the original mount namespace").c_str());
     // setns moves the working directory to the root of the namespace joined.
     if (originalDirectory >= 0 && fchdir(originalDirectory) != 0)
         std::fprintf(stderr, "%s\n", errnoText("returning to the working directory").c_str());

@@ -101,17 +101,16 @@ SyslogLine parseSyslog(std::string const& raw) {
 }
 
 char const* facilityName(int facility) {
-    static char const* const names[] = {"kern",   "user",   "mail",   "daemon", "auth",
-                                        "syslog", "lpr",    "news",   "uucp",   "cron",
-                                        "authpriv", "ftp",  "ntp",    "audit",  "alert",
-                                        "clock",  "local0", "local1", "local2", "local3",
-                                        "local4", "local5", "local6", "local7"};
+    static char const* const names[] = {
+        "kern",   "user",   "mail",     "daemon", "auth",   "syslog", "lpr",    "news",
+        "uucp",   "cron",   "authpriv", "ftp",    "ntp",    "audit",  "alert",  "clock",
+        "local0", "local1", "local2",   "local3", "local4", "local5", "local6", "local7"};
     int const index = facility >> 3;
     return facility >= 0 && index < 24 ? names[index] : "unknown";
 }
 
 char const* priorityName(int priority) {
-    static char const* const names[] = {"emerg",   "alert", "crit", "err",
+    static char const* const names[] = {"emerg",   "alert",  "crit", "err",
                                         "warning", "notice", "info", "debug"};
     return priority >= 0 && priority < 8 ? names[priority] : "unknown";
 }
@@ -144,11 +143,16 @@ WatchdogMessage decodeWatchdog(Datagram const& datagram) {
 
 std::string watchdogCommandName(uint32_t command) {
     switch (command) {
-    case 1: return "register";
-    case 2: return "unregister";
-    case 3: return "feed";
-    case 4: return "config";
-    default: return std::to_string(command);
+    case 1:
+        return "register";
+    case 2:
+        return "unregister";
+    case 3:
+        return "feed";
+    case 4:
+        return "config";
+    default:
+        return std::to_string(command);
     }
 }
 
