@@ -315,6 +315,7 @@ inline uint32_t unsignedArgument(ArgList& args, uint32_t flags) {
 }
 
 inline uint32_t signedArgument(ArgList& args, uint32_t flags) {
+    // NOLINTNEXTLINE(bugprone-branch-clone): the two branches read slots of different widths
     uint32_t v = (flags & kLong) != 0 ? static_cast<uint32_t>(va_arg(args, long))
                                       : static_cast<uint32_t>(va_arg(args, int));
     if ((flags & kShort) != 0)

@@ -282,6 +282,7 @@ int String::toInteger() const {
     // saturates at 32 bits on the device but only at 64 on a 64-bit host, where "%i" would
     // keep the low half. Clamping gives every host the device's result.
     long value = 0;
+    // NOLINTNEXTLINE(cert-err34-c): the result is sscanf's by contract, -1 when nothing converts
     if (std::sscanf(textOf(*this), "%li", &value) != 1)
         return -1;
     return clampToInt32(value);
