@@ -75,7 +75,7 @@ library="$ORVIK_BUILD_ROOT/test-arm/src/liborvik_utilities.so"
 if [ -f "$library" ]; then
     stripped=$(mktemp)
     arm-linux-gnueabi-strip -o "$stripped" "$library" &&
-        summary+=("device liborvik_utilities.so, stripped: $(stat -c %s "$stripped") bytes")
+        summary+=("device liborvik_utilities.so (test tree, RelWithDebInfo), stripped: $(stat -c %s "$stripped") bytes; MinSizeRel: bench/device/size.py")
     rm -f "$stripped"
 fi
 

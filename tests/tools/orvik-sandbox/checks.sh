@@ -133,15 +133,18 @@ fi
 # The examples: a supervised daemon's syslog, watchdog and stop; the uplink checker's probe
 # through the gateway to the far host and its LED.
 if [ -n "${ORVIK_EXAMPLE_DAEMON:-}" ]; then
-    printf 'name=exampled\nfeed_interval=1\nmax_ticks=2\n' >"$work/exampled.cfg"
-    out=$(sandbox --log-level exampled=7 -- "${emulator[@]}" "$ORVIK_EXAMPLE_DAEMON" "$work/exampled.cfg" 2>&1)
+    # In the build tree: without a seccomp filter (qemu-user) the sandbox's /tmp is its own.
+    config="$PWD/exampled.$$.cfg"
+    printf 'name=exampled\nfeed_interval=1\nmax_ticks=2\n' >"$config"
+    out=$(sandbox --log-level exampled=7 -- timeout 60 "${emulator[@]}" "$ORVIK_EXAMPLE_DAEMON" "$config" 2>&1)
+    rm -f "$config"
     [ $? -eq 0 ] || fail "the supervised daemon failed: $out"
     ev=$(events)
     expect daemon-log "$ev" 'syslog .*ident=exampled .*text="started'
     expect daemon-register "$ev" 'watchdog command=register client=exampled'
     expect daemon-feed "$ev" 'watchdog command=feed client=exampled'
     expect daemon-unregister "$ev" 'watchdog command=unregister client=exampled'
-    out=$(sandbox -- "${emulator[@]}" "$ORVIK_EXAMPLE_UPLINK" -i 1 -n 1 wan0 192.0.2.1 10.0.0.1 2>&1)
+    out=$(sandbox -- timeout 60 "${emulator[@]}" "$ORVIK_EXAMPLE_UPLINK" -i 1 -n 1 wan0 192.0.2.1 10.0.0.1 2>&1)
     [ $? -eq 0 ] || fail "the uplink checker got no answer: $out"
     expect uplink-led "$(events)" 'led led=ready state=on'
 fi
