@@ -369,6 +369,12 @@ private:
     void onLeds();
     void onControl();
     void onKey();
+    void onChannel();
+    void openControl();
+    void takeKeys();
+    void blockSignals();
+    bool pollOnce(); // false when poll itself fails
+    int reap();      // COMMAND's exit status once it ended, else -1
     void checkWatchdogs();
     std::string command(std::string const& line);
     void writeLevels();
@@ -591,23 +597,23 @@ void Sandbox::onKey() {
         toggleUplink(-1);
 }
 
-int Sandbox::run() {
+// Bound before the network namespace changes: abstract names belong to a namespace, and
+// this one should be reachable from the host. Nothing of it stays on disk.
+void Sandbox::openControl() {
     std::string name = options.control;
     if (name.empty())
         name = "orvik-sandbox." + std::to_string(getpid());
     options.control = name;
-    // Bound before the network namespace changes: abstract names belong to a namespace,
-    // and this one should be reachable from the host. Nothing of it stays on disk.
     socklen_t length;
     sockaddr_un const address = controlAddress(name, &length);
     control = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     step(control >= 0 && bind(control, reinterpret_cast<sockaddr const*>(&address), length) == 0 &&
              listen(control, 4) == 0,
          errnoText("control socket @" + name));
+}
 
-    acquirePrivileges();
-    setUp();
-
+// On a terminal, single key presses (the uplink toggle) reach the sandbox unechoed.
+void Sandbox::takeKeys() {
     keys = !options.interactive && isatty(STDIN_FILENO) && isatty(STDERR_FILENO);
     if (keys && tcgetattr(STDIN_FILENO, &savedTerminal) == 0) {
         termios raw = savedTerminal;
@@ -617,85 +623,110 @@ int Sandbox::run() {
         tcsetattr(STDIN_FILENO, TCSANOW, &raw);
     } else
         keys = false;
+}
 
+void Sandbox::blockSignals() {
     sigset_t handled;
     sigemptyset(&handled);
     for (int signal : {SIGCHLD, SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGUSR1, SIGUSR2, SIGPIPE})
         sigaddset(&handled, signal);
     sigprocmask(SIG_BLOCK, &handled, nullptr);
     signals = signalfd(-1, &handled, SFD_CLOEXEC | SFD_NONBLOCK);
+}
+
+// The child about to run COMMAND sends the seccomp listener for the summary, or a bare
+// byte where no filter could be installed.
+void Sandbox::onChannel() {
+    char note = 0;
+    alignas(cmsghdr) char room[CMSG_SPACE(sizeof(int))] = {};
+    iovec part = {&note, 1};
+    msghdr message = {};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    message.msg_control = room;
+    message.msg_controllen = sizeof room;
+    if (recvmsg(channel, &message, MSG_CMSG_CLOEXEC) == 1) {
+        cmsghdr* header = CMSG_FIRSTHDR(&message);
+        if (header != nullptr && header->cmsg_type == SCM_RIGHTS) {
+            int listener;
+            std::memcpy(&listener, CMSG_DATA(header), sizeof listener);
+            summary->listen(listener);
+        } else
+            events.emit("warning", {{"text", "no seccomp filter: /proc is a picture of "
+                                             "the start, with the summary in it"}});
+    }
+    close(channel);
+    channel = -1;
+}
+
+bool Sandbox::pollOnce() {
+    std::vector<pollfd> watched = {{signals, POLLIN, 0},
+                                   {syslog.descriptor(), POLLIN, 0},
+                                   {watchdog.descriptor(), POLLIN, 0},
+                                   {leds, POLLIN, 0},
+                                   {control, POLLIN, 0},
+                                   {channel, POLLIN, 0},
+                                   {summary->descriptor(), POLLIN, 0},
+                                   {keys ? STDIN_FILENO : -1, POLLIN, 0}};
+    int const timeout = options.watchdogTimeout > 0 && !clients.empty() ? 200 : -1;
+    if (poll(watched.data(), watched.size(), timeout) < 0)
+        return errno == EINTR;
+    if (watched[6].revents & POLLIN) {
+        int pid = 0;
+        if (summary->answer(&pid))
+            events.emit("summary", {{"reader", std::to_string(pid)}});
+    } else if (watched[6].revents & (POLLHUP | POLLERR))
+        summary->listen(-1); // every process under the filter has gone
+    if (watched[1].revents & POLLIN)
+        onSyslog();
+    if (watched[2].revents & POLLIN)
+        onWatchdog();
+    if (watched[3].revents & POLLIN)
+        onLeds();
+    if (watched[4].revents & POLLIN)
+        onControl();
+    if (watched[7].revents & POLLIN)
+        onKey();
+    if (watched[5].revents & (POLLIN | POLLHUP))
+        onChannel();
+    return true;
+}
+
+// Ended children are collected; other signals go on to COMMAND through the relay.
+int Sandbox::reap() {
+    int exitStatus = -1;
+    signalfd_siginfo info;
+    while (read(signals, &info, sizeof info) == ssize_t(sizeof info)) {
+        if (info.ssi_signo == SIGCHLD) {
+            int status = 0;
+            while (pid_t const ended = waitpid(-1, &status, WNOHANG)) {
+                if (ended < 0)
+                    break;
+                if (ended == relay)
+                    exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+            }
+        } else if (info.ssi_signo != SIGPIPE && relay > 0)
+            kill(relay, int(info.ssi_signo));
+    }
+    return exitStatus;
+}
+
+int Sandbox::run() {
+    openControl();
+    acquirePrivileges();
+    setUp();
+    takeKeys();
+    blockSignals();
     startCommand();
     if (options.uplink)
         events.uplink(true);
 
     int exitStatus = -1;
     while (exitStatus < 0) {
-        std::vector<pollfd> watched = {{signals, POLLIN, 0},
-                                       {syslog.descriptor(), POLLIN, 0},
-                                       {watchdog.descriptor(), POLLIN, 0},
-                                       {leds, POLLIN, 0},
-                                       {control, POLLIN, 0},
-                                       {channel, POLLIN, 0},
-                                       {summary->descriptor(), POLLIN, 0},
-                                       {keys ? STDIN_FILENO : -1, POLLIN, 0}};
-        int timeout = -1;
-        if (options.watchdogTimeout > 0 && !clients.empty())
-            timeout = 200;
-        if (poll(watched.data(), watched.size(), timeout) < 0 && errno != EINTR)
+        if (!pollOnce())
             break;
-        if (watched[6].revents & POLLIN) {
-            int pid = 0;
-            if (summary->answer(&pid))
-                events.emit("summary", {{"reader", std::to_string(pid)}});
-        } else if (watched[6].revents & (POLLHUP | POLLERR))
-            summary->listen(-1); // every process under the filter has gone
-        if (watched[1].revents & POLLIN)
-            onSyslog();
-        if (watched[2].revents & POLLIN)
-            onWatchdog();
-        if (watched[3].revents & POLLIN)
-            onLeds();
-        if (watched[4].revents & POLLIN)
-            onControl();
-        if (watched[7].revents & POLLIN)
-            onKey();
-        if (watched[5].revents & (POLLIN | POLLHUP)) {
-            char note = 0;
-            alignas(cmsghdr) char room[CMSG_SPACE(sizeof(int))] = {};
-            iovec part = {&note, 1};
-            msghdr message = {};
-            message.msg_iov = &part;
-            message.msg_iovlen = 1;
-            message.msg_control = room;
-            message.msg_controllen = sizeof room;
-            if (recvmsg(channel, &message, MSG_CMSG_CLOEXEC) == 1) {
-                cmsghdr* header = CMSG_FIRSTHDR(&message);
-                if (header != nullptr && header->cmsg_type == SCM_RIGHTS) {
-                    int listener;
-                    std::memcpy(&listener, CMSG_DATA(header), sizeof listener);
-                    summary->listen(listener);
-                } else
-                    events.emit("warning", {{"text", "no seccomp filter: /proc is a picture of "
-                                                     "the start, with the summary in it"}});
-            }
-            close(channel);
-            channel = -1;
-        }
         checkWatchdogs();
-        signalfd_siginfo info;
-        while (read(signals, &info, sizeof info) == ssize_t(sizeof info)) {
-            if (info.ssi_signo == SIGCHLD) {
-                int status = 0;
-                while (pid_t const ended = waitpid(-1, &status, WNOHANG)) {
-                    if (ended < 0)
-                        break;
-                    if (ended == relay)
-                        exitStatus =
-                            WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-                }
-            } else if (info.ssi_signo != SIGPIPE && relay > 0)
-                kill(relay, int(info.ssi_signo));
-        }
+        exitStatus = reap();
     }
     // Whatever COMMAND left queued is still shown.
     onSyslog();
