@@ -15,6 +15,21 @@ namespace {
 // Keys longer than a block are hashed by the library; a key file beyond this is a mistake.
 constexpr std::size_t kMaxKeyFile = 1024 * 1024;
 
+// A key file is read whole, but a file of over 1 MiB is taken for a mistake.
+int readKeyFile(char const* keyFile, std::string& keyBytes) {
+    int error = tool::readChunks(keyFile, [&](unsigned char const* bytes, std::size_t count) {
+        if (keyBytes.size() <= kMaxKeyFile)
+            keyBytes.append(reinterpret_cast<char const*>(bytes), count);
+    });
+    if (error != 0)
+        return tool::fail(tool::kFailed, "cannot read key file %s: %s", keyFile,
+                          std::strerror(error));
+    if (keyBytes.size() > kMaxKeyFile)
+        return tool::fail(tool::kFailed, "key file %s is over 1 MiB: is it the right file?",
+                          keyFile);
+    return tool::kOk;
+}
+
 } // namespace
 
 int runHmac(int argc, char** argv) {
@@ -54,16 +69,9 @@ int runHmac(int argc, char** argv) {
 
     std::string keyBytes = key != nullptr ? key : "";
     if (keyFile != nullptr) {
-        int error = tool::readChunks(keyFile, [&](unsigned char const* bytes, std::size_t count) {
-            if (keyBytes.size() <= kMaxKeyFile)
-                keyBytes.append(reinterpret_cast<char const*>(bytes), count);
-        });
-        if (error != 0)
-            return tool::fail(tool::kFailed, "cannot read key file %s: %s", keyFile,
-                              std::strerror(error));
-        if (keyBytes.size() > kMaxKeyFile)
-            return tool::fail(tool::kFailed, "key file %s is over 1 MiB: is it the right file?",
-                              keyFile);
+        int const status = readKeyFile(keyFile, keyBytes);
+        if (status != tool::kOk)
+            return status;
     }
     HmacContext context(digest);
     context.initialize(reinterpret_cast<unsigned char const*>(keyBytes.data()), keyBytes.size(),

@@ -198,6 +198,58 @@ int parse(int argc, char** argv, Options& options) {
     return tool::kOk;
 }
 
+struct Tally {
+    int32_t sent = 0;
+    int received = 0;
+    double minimum = 0, maximum = 0, total = 0;
+};
+
+// Sends the requests one a second and prints each answer; stops at the first request that
+// cannot be sent or received, with that failure's exit status.
+int probeAll(Options const& options, Prober& prober, char const* dotted, Tally& tally) {
+    int status = tool::kOk;
+    for (; tally.sent < options.count; ++tally.sent) {
+        double start = now();
+        int result = prober.probe(options, start + options.wait);
+        double milliseconds = (now() - start) * 1000;
+        if (result == 1 || result == 3) {
+            int error = errno;
+            std::printf("seq=%d %s\n", tally.sent + 1, result == 1 ? "not sent" : "receive failed");
+            status = tool::fail(tool::kFailed, "cannot %s %s: %s",
+                                result == 1 ? "send to" : "receive from", options.host,
+                                std::strerror(error));
+            tally.sent += result == 3 ? 1 : 0;
+            break;
+        }
+        if (result == 0) {
+            std::printf("reply from %s: seq=%d time=%.3f ms\n", dotted, tally.sent + 1,
+                        milliseconds);
+            tally.minimum =
+                tally.received == 0 || milliseconds < tally.minimum ? milliseconds : tally.minimum;
+            tally.maximum = milliseconds > tally.maximum ? milliseconds : tally.maximum;
+            tally.total += milliseconds;
+            ++tally.received;
+        } else {
+            std::printf("seq=%d no reply within %d s\n", tally.sent + 1, options.wait);
+        }
+        std::fflush(stdout);
+        double pause = start + 1 - now();
+        if (tally.sent + 1 < options.count && pause > 0)
+            usleep(static_cast<useconds_t>(pause * 1e6));
+    }
+    return status;
+}
+
+void printStatistics(char const* host, Tally const& tally) {
+    std::printf("--- %s ping statistics ---\n", host);
+    std::printf("%d packets transmitted, %d received, %d%% packet loss\n", tally.sent,
+                tally.received,
+                tally.sent > 0 ? (tally.sent - tally.received) * 100 / tally.sent : 0);
+    if (tally.received > 0)
+        std::printf("rtt min/avg/max = %.3f/%.3f/%.3f ms\n", tally.minimum,
+                    tally.total / tally.received, tally.maximum);
+}
+
 } // namespace
 
 int runPing(int argc, char** argv) {
@@ -224,45 +276,13 @@ int runPing(int argc, char** argv) {
     char dotted[INET_ADDRSTRLEN];
     inet_ntop(AF_INET, &target.sin_addr, dotted, sizeof dotted);
     std::printf("PING %s (%s): %s socket\n", options.host, dotted, raw ? "raw" : "datagram");
-    int received = 0;
-    double minimum = 0, maximum = 0, total = 0;
-    int32_t sent = 0;
-    for (; sent < options.count; ++sent) {
-        double start = now();
-        int result = prober->probe(options, start + options.wait);
-        double milliseconds = (now() - start) * 1000;
-        if (result == 1 || result == 3) {
-            int error = errno;
-            std::printf("seq=%d %s\n", sent + 1, result == 1 ? "not sent" : "receive failed");
-            status = tool::fail(tool::kFailed, "cannot %s %s: %s",
-                                result == 1 ? "send to" : "receive from", options.host,
-                                std::strerror(error));
-            sent += result == 3 ? 1 : 0;
-            break;
-        }
-        if (result == 0) {
-            std::printf("reply from %s: seq=%d time=%.3f ms\n", dotted, sent + 1, milliseconds);
-            minimum = received == 0 || milliseconds < minimum ? milliseconds : minimum;
-            maximum = milliseconds > maximum ? milliseconds : maximum;
-            total += milliseconds;
-            ++received;
-        } else {
-            std::printf("seq=%d no reply within %d s\n", sent + 1, options.wait);
-        }
-        std::fflush(stdout);
-        double pause = start + 1 - now();
-        if (sent + 1 < options.count && pause > 0)
-            usleep(static_cast<useconds_t>(pause * 1e6));
-    }
+    Tally tally;
+    status = probeAll(options, *prober, dotted, tally);
     delete prober;
-    std::printf("--- %s ping statistics ---\n", options.host);
-    std::printf("%d packets transmitted, %d received, %d%% packet loss\n", sent, received,
-                sent > 0 ? (sent - received) * 100 / sent : 0);
-    if (received > 0)
-        std::printf("rtt min/avg/max = %.3f/%.3f/%.3f ms\n", minimum, total / received, maximum);
+    printStatistics(options.host, tally);
     if (status != tool::kOk)
         return status;
-    if (received == 0)
+    if (tally.received == 0)
         return tool::fail(tool::kFailed, "no reply from %s: is the host up and the route right?",
                           options.host);
     return tool::kOk;
