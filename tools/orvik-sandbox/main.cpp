@@ -83,6 +83,35 @@ int amount(std::string const& text, char const* unit, int most) {
     return int(value);
 }
 
+// PROGRAM=LEVEL, the level a number 0-7 or a priority name.
+void addLevel(Options& options, std::string const& setting) {
+    std::size_t const equals = setting.find('=');
+    if (equals == 0 || equals == std::string::npos ||
+        setting.find_first_of(" \t\n") != std::string::npos ||
+        level(setting.substr(equals + 1)) < 0)
+        usage(("--log-level wants PROGRAM=LEVEL (0-7 or a priority name): " + setting).c_str());
+    options.levels[setting.substr(0, equals)] = level(setting.substr(equals + 1));
+}
+
+void dropCarrier(Options& options, std::string const& name) {
+    if (name == "wan0")
+        options.network.wanCarrier = false;
+    else if (name == "lan0")
+        options.network.lanCarrier = false;
+    else
+        usage(("--no-carrier takes wan0 or lan0, not " + name).c_str());
+}
+
+[[noreturn]] void printHelp() {
+    std::printf("usage: orvik-sandbox [OPTIONS] -- COMMAND [ARGS...]\n"
+                "       orvik-sandbox --send NAME WORDS...\n"
+                "options: --model NAME|none  --log-level PROGRAM=LEVEL  --signal-reload\n"
+                "         --uplink  --no-carrier wan0|lan0  --loss N%%  --delay Nms\n"
+                "         --watchdog-timeout S  --events FILE  --control NAME\n"
+                "         --interactive  --quiet\n");
+    std::exit(0);
+}
+
 Options parse(int argc, char** argv) {
     Options options;
     int i = 1;
@@ -99,28 +128,15 @@ Options parse(int argc, char** argv) {
         }
         if (option == "--model")
             options.model = value("--model");
-        else if (option == "--log-level") {
-            std::string const setting = value("--log-level");
-            std::size_t const equals = setting.find('=');
-            if (equals == 0 || equals == std::string::npos ||
-                setting.find_first_of(" \t\n") != std::string::npos ||
-                level(setting.substr(equals + 1)) < 0)
-                usage(("--log-level wants PROGRAM=LEVEL (0-7 or a priority name): " + setting)
-                          .c_str());
-            options.levels[setting.substr(0, equals)] = level(setting.substr(equals + 1));
-        } else if (option == "--signal-reload")
+        else if (option == "--log-level")
+            addLevel(options, value("--log-level"));
+        else if (option == "--signal-reload")
             options.signalReload = true;
         else if (option == "--uplink")
             options.uplink = true;
-        else if (option == "--no-carrier") {
-            std::string const name = value("--no-carrier");
-            if (name == "wan0")
-                options.network.wanCarrier = false;
-            else if (name == "lan0")
-                options.network.lanCarrier = false;
-            else
-                usage(("--no-carrier takes wan0 or lan0, not " + name).c_str());
-        } else if (option == "--loss")
+        else if (option == "--no-carrier")
+            dropCarrier(options, value("--no-carrier"));
+        else if (option == "--loss")
             options.network.lossPercent = amount(value("--loss"), "%", 100);
         else if (option == "--delay")
             options.network.delayMs = amount(value("--delay"), "ms", 60000);
@@ -134,15 +150,9 @@ Options parse(int argc, char** argv) {
             options.quiet = true;
         else if (option == "--interactive")
             options.interactive = true;
-        else if (option == "--help" || option == "-h") {
-            std::printf("usage: orvik-sandbox [OPTIONS] -- COMMAND [ARGS...]\n"
-                        "       orvik-sandbox --send NAME WORDS...\n"
-                        "options: --model NAME|none  --log-level PROGRAM=LEVEL  --signal-reload\n"
-                        "         --uplink  --no-carrier wan0|lan0  --loss N%%  --delay Nms\n"
-                        "         --watchdog-timeout S  --events FILE  --control NAME\n"
-                        "         --interactive  --quiet\n");
-            std::exit(0);
-        } else if (!option.empty() && option[0] == '-')
+        else if (option == "--help" || option == "-h")
+            printHelp();
+        else if (!option.empty() && option[0] == '-')
             usage(("unknown option " + option).c_str());
         else
             break;
