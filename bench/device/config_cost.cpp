@@ -3,6 +3,8 @@
 // `config_cost list` names the cases; `config_cost CASE N` runs one case N times.
 #include <orvik_utilities/config/ConfigReader.h>
 
+#include "ProbeMain.h"
+
 #include <unistd.h>
 
 #include <cstdio>
@@ -46,57 +48,46 @@ std::unordered_map<std::string, std::string> loadMap() {
     return map;
 }
 
-int readerGetValue(unsigned long n) {
+void readerGetValue(unsigned long n) {
     ConfigReader reader;
     if (!loadReader(reader))
-        return 1;
+        std::exit(1); // armcount reports the failed run
     std::vector<String> tags;
     for (unsigned i = 0; i < kTags; ++i)
         tags.push_back(String("route") + String::stringOf(static_cast<long>(i)));
     String const none;
     for (unsigned long i = 0; i < n; ++i)
         gSink = static_cast<unsigned>(reader.getValue(tags[i % kTags], none).length());
-    return 0;
 }
 
-int mapFind(unsigned long n) {
+void mapFind(unsigned long n) {
     auto const map = loadMap();
     std::vector<std::string> tags;
     for (unsigned i = 0; i < kTags; ++i)
         tags.push_back("route" + std::to_string(i));
     for (unsigned long i = 0; i < n; ++i)
         gSink = static_cast<unsigned>(map.find(tags[i % kTags])->second.size());
-    return 0;
 }
 
-int readerGetIndexedValue(unsigned long n) {
+void readerGetIndexedValue(unsigned long n) {
     ConfigReader reader;
     if (!loadReader(reader))
-        return 1;
+        std::exit(1); // armcount reports the failed run
     String const pattern("route%lu"), none;
     for (unsigned long i = 0; i < n; ++i)
         gSink = static_cast<unsigned>(reader.getIndexedValue(pattern, i % kTags, none).length());
-    return 0;
 }
 
-int snprintfMapFind(unsigned long n) {
+void snprintfMapFind(unsigned long n) {
     auto const map = loadMap();
     for (unsigned long i = 0; i < n; ++i) {
         char tag[32];
         std::snprintf(tag, sizeof tag, "route%lu", i % kTags);
         gSink = static_cast<unsigned>(map.find(tag)->second.size());
     }
-    return 0;
 }
 
-struct Case {
-    char const* name;
-    char const* peer;
-    char const* description;
-    int (*run)(unsigned long n);
-};
-
-Case const kCases[] = {
+ProbeCase const kCases[] = {
     {"reader_get_value", "map_find", "ConfigReader::getValue, 1,000 tags", readerGetValue},
     {"map_find", "-", "std::unordered_map<std::string, std::string>::find, the same tags", mapFind},
     {"reader_get_indexed_value", "snprintf_map_find",
@@ -106,17 +97,4 @@ Case const kCases[] = {
 
 } // namespace
 
-int main(int argc, char** argv) {
-    if (argc == 2 && std::strcmp(argv[1], "list") == 0) {
-        for (Case const& c : kCases)
-            std::printf("%s %s %s\n", c.name, c.peer, c.description);
-        return 0;
-    }
-    if (argc != 3)
-        return 2;
-    for (Case const& c : kCases) {
-        if (std::strcmp(argv[1], c.name) == 0)
-            return c.run(std::strtoul(argv[2], nullptr, 10));
-    }
-    return 2;
-}
+int main(int argc, char** argv) { return probeMain(argc, argv, kCases); }

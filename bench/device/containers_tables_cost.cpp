@@ -4,6 +4,8 @@
 #include <orvik_utilities/containers/INStringHashTable.h>
 #include <orvik_utilities/containers/INUInt32HashTable.h>
 
+#include "ProbeMain.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -34,7 +36,7 @@ std::vector<std::string> makeKeys() {
 
 uint32_t numberKey(unsigned i) { return i * 2654435761u; }
 
-int stringTable(unsigned long n) {
+void stringTable(unsigned long n) {
     std::vector<std::string> const keys = makeKeys();
     INStringHashTable table(1024);
     for (std::string const& key : keys)
@@ -44,20 +46,18 @@ int stringTable(unsigned long n) {
         table.getValueFromKey(keys[i % kKeys].c_str(), &value);
         gSink = value;
     }
-    return 0;
 }
 
-int stringMap(unsigned long n) {
+void stringMap(unsigned long n) {
     std::vector<std::string> const keys = makeKeys();
     std::unordered_map<std::string, void*> map;
     for (std::string const& key : keys)
         map.emplace(key, const_cast<char*>(key.c_str()));
     for (unsigned long i = 0; i < n; ++i)
         gSink = map.find(keys[i % kKeys])->second;
-    return 0;
 }
 
-int numberTable(unsigned long n) {
+void numberTable(unsigned long n) {
     INUInt32HashTable table(1024, HashFunctionType{});
     for (unsigned i = 0; i < kKeys; ++i)
         table.addEntry(numberKey(i), &gValue);
@@ -66,26 +66,17 @@ int numberTable(unsigned long n) {
         table.getValueFromKey(numberKey(static_cast<unsigned>(i % kKeys)), &value);
         gSink = value;
     }
-    return 0;
 }
 
-int numberMap(unsigned long n) {
+void numberMap(unsigned long n) {
     std::unordered_map<uint32_t, void*> map;
     for (unsigned i = 0; i < kKeys; ++i)
         map.emplace(numberKey(i), &gValue);
     for (unsigned long i = 0; i < n; ++i)
         gSink = map.find(numberKey(static_cast<unsigned>(i % kKeys)))->second;
-    return 0;
 }
 
-struct Case {
-    char const* name;
-    char const* peer;
-    char const* description;
-    int (*run)(unsigned long n);
-};
-
-Case const kCases[] = {
+ProbeCase const kCases[] = {
     {"string_table_lookup", "string_map_find",
      "INStringHashTable::getValueFromKey, 1,000 keys in 1,024 buckets", stringTable},
     {"string_map_find", "-", "std::unordered_map<std::string, void*>::find, the same keys",
@@ -97,17 +88,4 @@ Case const kCases[] = {
 
 } // namespace
 
-int main(int argc, char** argv) {
-    if (argc == 2 && std::strcmp(argv[1], "list") == 0) {
-        for (Case const& c : kCases)
-            std::printf("%s %s %s\n", c.name, c.peer, c.description);
-        return 0;
-    }
-    if (argc != 3)
-        return 2;
-    for (Case const& c : kCases) {
-        if (std::strcmp(argv[1], c.name) == 0)
-            return c.run(std::strtoul(argv[2], nullptr, 10));
-    }
-    return 2;
-}
+int main(int argc, char** argv) { return probeMain(argc, argv, kCases); }
