@@ -1,6 +1,10 @@
-# Installs the built library into a scratch prefix, then builds and runs the example
+# Installs the built library into a scratch prefix, then builds and runs a consumer
+# program (PROGRAM, default orvik-hello) against that installed copy through find_package
+# and, when PKG_CONFIG is given, again through pkg-config (a C++ main.cpp).
 cmake_minimum_required(VERSION 3.25)
-# program against that installed copy twice: through find_package and through pkg-config.
+if(NOT PROGRAM)
+    set(PROGRAM orvik-hello)
+endif()
 
 file(REMOVE_RECURSE ${WORK_DIR})
 set(prefix ${WORK_DIR}/prefix)
@@ -27,9 +31,12 @@ endif()
 run(${CMAKE_COMMAND} -S ${CONSUMER_SOURCE} -B ${WORK_DIR}/cmake-build
     -DCMAKE_PREFIX_PATH=${prefix} ${toolchain_args})
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/cmake-build)
-run(${EMULATOR} ${WORK_DIR}/cmake-build/orvik-hello)
+run(${EMULATOR} ${WORK_DIR}/cmake-build/${PROGRAM})
 message(STATUS "find_package consumer: ${last_output}")
 
+if(NOT DEFINED PKG_CONFIG)
+    return()
+endif()
 # pkg-config --cflags --libs orvik_utilities, with only the scratch prefix searched.
 set(ENV{PKG_CONFIG_LIBDIR} ${prefix}/${LIBDIR}/pkgconfig)
 run(${PKG_CONFIG} --cflags --libs orvik_utilities)
