@@ -1,12 +1,7 @@
 // Pool of numbers kept as a bitmap, one bit per number, 1 = free.
 #include <orvik_utilities/containers/NumberBag.h>
 
-#include <cstring>
 #include <new>
-
-#if !defined(__arm__) && defined(__SSE2__)
-#include <emmintrin.h>
-#endif
 
 namespace {
 
@@ -24,10 +19,6 @@ uint32_t saturate32(unsigned long value) {
 
 uint32_t lowestBit(uint32_t word) { return static_cast<uint32_t>(__builtin_ctz(word)); }
 
-void takeBits(uint32_t* words, uint32_t offset, uint32_t bits) {
-    words[offset / 32] &= ~(bits << (offset % 32));
-}
-
 // [lo, hi] within [first, last]; false when nothing is left of it.
 bool clampBounds(unsigned long lo, unsigned long hi, uint32_t first, uint32_t last, uint32_t& low,
                  uint32_t& high) {
@@ -38,136 +29,89 @@ bool clampBounds(unsigned long lo, unsigned long hi, uint32_t first, uint32_t la
     return low <= high;
 }
 
-// Zero words are tested several to a step: how many, and the test, suit each machine.
-#if defined(__arm__)
-constexpr uint32_t kWordsPerStep = 8;
+// Beside the bitmap, in the same allocation, a summary with one bit per bitmap word (1 =
+// the word is not zero) lets every search step over 32 words of taken numbers at a time:
+// lowest-first handing out leaves long runs of them at the bottom of the bag. The summary
+// lives past the words the bag's fields describe, so its layout stays as it always was.
+struct Bitmap {
+    uint32_t* words;
+    uint32_t* summary;
 
-// Whether any of the eight words from p is non-zero; p moves past them. Two multiple loads
-// bring the words in: the compiler does not form them from C here, and four single loads
-// cost four instructions where a multiple load costs one.
-inline bool anyInStep(uint32_t const*& p) {
-    uint32_t any;
-    __asm__("ldmia %[p]!, {r4, r5, r6, r8}\n\t"
-            "orr r4, r4, r5\n\t"
-            "orr r6, r6, r8\n\t"
-            "ldmia %[p]!, {r5, r8, r9, r10}\n\t"
-            "orr r5, r5, r8\n\t"
-            "orr r9, r9, r10\n\t"
-            "orr r4, r4, r6\n\t"
-            "orr r5, r5, r9\n\t"
-            "orr %[any], r4, r5"
-            : [any] "=r"(any), [p] "+r"(p)
-            : "m"(*reinterpret_cast<uint32_t const(*)[8]>(p))
-            : "r4", "r5", "r6", "r8", "r9", "r10");
-    return any != 0;
-}
-#elif defined(__SSE2__)
-constexpr uint32_t kWordsPerStep = 16;
-
-// Sixteen words as four 16-byte loads: the host's scan then keeps ahead of a balanced-tree
-// free list.
-inline bool anyInStep(uint32_t const*& p) {
-    __m128i a, b, c, d;
-    std::memcpy(&a, p, sizeof a);
-    std::memcpy(&b, p + 4, sizeof b);
-    std::memcpy(&c, p + 8, sizeof c);
-    std::memcpy(&d, p + 12, sizeof d);
-    p += 16;
-    __m128i const any = _mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d));
-    return _mm_movemask_epi8(_mm_cmpeq_epi32(any, _mm_setzero_si128())) != 0xFFFF;
-}
-
-// The index of the first non-zero word of the sixteen from p, one of which is non-zero:
-// four bits per word mark the zero ones, and the first clear bit finds it without a loop
-// whose exit the processor would mispredict.
-inline uint32_t firstInStep(uint32_t const* p) {
-    uint64_t zeroWords = 0;
-    for (unsigned i = 0; i < 4; ++i) {
-        __m128i v;
-        std::memcpy(&v, p + 4 * i, sizeof v);
-        auto const bits =
-            static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi32(v, _mm_setzero_si128())));
-        zeroWords |= uint64_t{bits} << (16 * i);
+    void take(uint32_t offset, uint32_t bits) const {
+        uint32_t const w = offset / 32;
+        words[w] &= ~(bits << (offset % 32));
+        if (words[w] == 0)
+            summary[w / 32] &= ~(1u << (w % 32));
     }
-    return static_cast<uint32_t>(__builtin_ctzll(~zeroWords)) / 4;
-}
-#else
-constexpr uint32_t kWordsPerStep = 8;
+    void give(uint32_t offset) const {
+        uint32_t const w = offset / 32;
+        words[w] |= 1u << (offset % 32);
+        summary[w / 32] |= 1u << (w % 32);
+    }
 
-inline bool anyInStep(uint32_t const*& p) {
-    uint32_t const any = p[0] | p[1] | p[2] | p[3] | p[4] | p[5] | p[6] | p[7];
-    p += 8;
-    return any != 0;
-}
-#endif
-
-#if defined(__arm__) || !defined(__SSE2__)
-// The index of the first non-zero word of the step from p, one of which is non-zero.
-inline uint32_t firstInStep(uint32_t const* p) {
-    uint32_t i = 0;
-    while (p[i] == 0)
-        ++i;
-    return i;
-}
-#endif
-
-// The first non-zero word in [w, end), or end. Lowest-first handing out leaves long runs of
-// taken numbers at the bottom of the bag, and whole steps of zero words go by in a tight loop.
-uint32_t skipZeroWords(uint32_t const* words, uint32_t w, uint32_t end) {
-    uint32_t const* p = words + w;
-    for (uint32_t steps = (end - w) / kWordsPerStep; steps != 0; --steps) {
-        if (anyInStep(p)) {
-            p -= kWordsPerStep;
-            return static_cast<uint32_t>(p - words) + firstInStep(p);
+    // The first non-zero word in [from, end), or end.
+    uint32_t nextWord(uint32_t from, uint32_t end) const {
+        if (from >= end)
+            return end;
+        uint32_t s = from / 32;
+        uint32_t const lastS = (end - 1) / 32;
+        uint32_t bits = summary[s] & (kAllBits << (from % 32));
+        while (bits == 0) {
+            if (s == lastS)
+                return end;
+            bits = summary[++s];
         }
+        uint32_t const w = s * 32 + lowestBit(bits);
+        return w < end ? w : end;
     }
-    uint32_t const* const stop = words + end;
-    while (p != stop && *p == 0)
-        ++p;
-    return static_cast<uint32_t>(p - words);
-}
+};
+
+uint32_t summaryWordsFor(uint32_t words) { return words / 32 + 1; }
+
+Bitmap bitmapOf(uint32_t* words, uint32_t wordCount) { return {words, words + wordCount}; }
 
 // The first free offset at or above from: from's word from its bit, then whole words up to
 // lastWord.
-bool findFree(uint32_t const* words, uint32_t from, uint32_t lastWord, uint32_t& found) {
+bool findFree(Bitmap const& map, uint32_t from, uint32_t lastWord, uint32_t& found) {
     uint32_t w = from / 32;
-    uint32_t const bits = words[w] & (kAllBits << (from % 32));
+    uint32_t bits = map.words[w] & (kAllBits << (from % 32));
     if (bits == 0) {
-        w = skipZeroWords(words, w + 1, lastWord + 1);
+        w = map.nextWord(w + 1, lastWord + 1);
         if (w > lastWord)
             return false;
+        bits = map.words[w];
     }
-    found = w * 32 + lowestBit(bits != 0 ? bits : words[w]);
+    found = w * 32 + lowestBit(bits);
     return true;
 }
 
 // The first free pair at or above from, searched as findFree does; from is at an even offset.
-bool findFreePair(uint32_t const* words, uint32_t from, uint32_t lastWord, uint32_t& found) {
+bool findFreePair(Bitmap const& map, uint32_t from, uint32_t lastWord, uint32_t& found) {
     uint32_t w = from / 32;
     uint32_t startBits = kAllBits << (from % 32);
     for (;;) {
-        uint32_t const word = words[w];
+        uint32_t const word = map.words[w];
         uint32_t const pairs = word & (word >> 1) & kPairStarts & startBits;
         if (pairs != 0) {
             found = w * 32 + lowestBit(pairs);
             return true;
         }
-        if (w >= lastWord)
+        w = map.nextWord(w + 1, lastWord + 1);
+        if (w > lastWord)
             return false;
-        ++w;
         startBits = kAllBits;
     }
 }
 
-using Finder = bool (*)(uint32_t const*, uint32_t, uint32_t, uint32_t&);
+using Finder = bool (*)(Bitmap const&, uint32_t, uint32_t, uint32_t&);
 
 // Round-robin within [low, high] by offsets: ahead from start up to high, then round from
 // low to just below start. No offset outside [low, high] is ever found.
-bool findRoundRobin(Finder find, uint32_t const* words, uint32_t low, uint32_t start, uint32_t high,
+bool findRoundRobin(Finder find, Bitmap const& map, uint32_t low, uint32_t start, uint32_t high,
                     uint32_t& found) {
-    if (find(words, start, high / 32, found) && found <= high)
+    if (find(map, start, high / 32, found) && found <= high)
         return true;
-    return find(words, low, start / 32, found) && found < start;
+    return find(map, low, start / 32, found) && found < start;
 }
 
 } // namespace
@@ -181,7 +125,8 @@ NumberBag::NumberBag(unsigned long first, unsigned long last)
         return;
     uint32_t const count = lastNumber - firstNumber + 1;
     uint32_t const words = count / 32 + 1;
-    bitmap = new (std::nothrow) uint32_t[words];
+    uint32_t const summaryWords = summaryWordsFor(words);
+    bitmap = new (std::nothrow) uint32_t[words + summaryWords];
     if (bitmap == nullptr)
         return;
     numberCount = count;
@@ -191,6 +136,13 @@ NumberBag::NumberBag(unsigned long first, unsigned long last)
     // The last word is always there; when the count is a multiple of 32 it holds no number.
     uint32_t const rest = count % 32;
     bitmap[words - 1] = rest == 0 ? 0 : kAllBits >> (32 - rest);
+    Bitmap const map = bitmapOf(bitmap, wordCount);
+    for (uint32_t s = 0; s < summaryWords; ++s)
+        map.summary[s] = 0;
+    for (uint32_t w = 0; w < words; ++w) {
+        if (bitmap[w] != 0)
+            map.summary[w / 32] |= 1u << (w % 32);
+    }
 }
 
 NumberBag::~NumberBag() { delete[] bitmap; }
@@ -198,11 +150,12 @@ NumberBag::~NumberBag() { delete[] bitmap; }
 bool NumberBag::getNumber(unsigned long* number) {
     if (number == nullptr || bitmap == nullptr)
         return false;
-    uint32_t const w = skipZeroWords(bitmap, 0, wordCount);
+    Bitmap const map = bitmapOf(bitmap, wordCount);
+    uint32_t const w = map.nextWord(0, wordCount);
     if (w == wordCount)
         return false;
     uint32_t const offset = w * 32 + lowestBit(bitmap[w]);
-    takeBits(bitmap, offset, 1);
+    map.take(offset, 1);
     *number = firstNumber + offset;
     return true;
 }
@@ -210,7 +163,7 @@ bool NumberBag::getNumber(unsigned long* number) {
 bool NumberBag::getNumber(unsigned long number) {
     if (!isInBag(number))
         return false;
-    takeBits(bitmap, static_cast<uint32_t>(number) - firstNumber, 1);
+    bitmapOf(bitmap, wordCount).take(static_cast<uint32_t>(number) - firstNumber, 1);
     return true;
 }
 
@@ -219,10 +172,11 @@ bool NumberBag::getNumberInRange(unsigned long lo, unsigned long hi, unsigned lo
     if (number == nullptr || bitmap == nullptr ||
         !clampBounds(lo, hi, firstNumber, lastNumber, low, high))
         return false;
+    Bitmap const map = bitmapOf(bitmap, wordCount);
     uint32_t const highOffset = high - firstNumber;
-    if (!findFree(bitmap, low - firstNumber, highOffset / 32, found) || found > highOffset)
+    if (!findFree(map, low - firstNumber, highOffset / 32, found) || found > highOffset)
         return false;
-    takeBits(bitmap, found, 1);
+    map.take(found, 1);
     *number = firstNumber + found;
     return true;
 }
@@ -236,17 +190,18 @@ bool NumberBag::getNumberRoundRobin(unsigned long* number) {
         start = firstNumber;
     uint32_t const startOffset = start - firstNumber;
     uint32_t const w0 = startOffset / 32;
+    Bitmap const map = bitmapOf(bitmap, wordCount);
     uint32_t w = w0;
     uint32_t bits = bitmap[w0] & (kAllBits << (startOffset % 32));
     // Word w0 comes round again last, whole, for the free numbers below start.
-    while (bits == 0) {
-        w = (w + 1) % wordCount;
-        bits = bitmap[w];
-        if (bits == 0 && w == w0)
+    if (bits == 0) {
+        w = map.nextWord(w0 + 1, wordCount);
+        if (w == wordCount && (w = map.nextWord(0, w0 + 1)) > w0)
             return false;
+        bits = bitmap[w];
     }
     uint32_t const offset = w * 32 + lowestBit(bits);
-    takeBits(bitmap, offset, 1);
+    map.take(offset, 1);
     *number = firstNumber + offset;
     return true;
 }
@@ -260,10 +215,11 @@ bool NumberBag::getNumberInRangeRoundRobin(unsigned long lo, unsigned long hi,
     uint32_t start = static_cast<uint32_t>(*number) + 1;
     if (start < low || start > high)
         start = low;
-    if (!findRoundRobin(findFree, bitmap, low - firstNumber, start - firstNumber,
-                        high - firstNumber, found))
+    Bitmap const map = bitmapOf(bitmap, wordCount);
+    if (!findRoundRobin(findFree, map, low - firstNumber, start - firstNumber, high - firstNumber,
+                        found))
         return false;
-    takeBits(bitmap, found, 1);
+    map.take(found, 1);
     *number = firstNumber + found;
     return true;
 }
@@ -286,10 +242,11 @@ bool NumberBag::getNumberPairInRangeRoundRobin(unsigned long lo, unsigned long h
     start += (start - firstNumber) % 2;
     if (start < low || start > pairMax)
         start = low;
-    if (!findRoundRobin(findFreePair, bitmap, low - firstNumber, start - firstNumber,
+    Bitmap const map = bitmapOf(bitmap, wordCount);
+    if (!findRoundRobin(findFreePair, map, low - firstNumber, start - firstNumber,
                         pairMax - firstNumber, found))
         return false;
-    takeBits(bitmap, found, 3);
+    map.take(found, 3);
     *number = firstNumber + found;
     return true;
 }
@@ -300,8 +257,7 @@ bool NumberBag::returnNumber(unsigned long number) {
     uint32_t const n = static_cast<uint32_t>(number);
     if (n < firstNumber || n > lastNumber || isInBag(number))
         return false;
-    uint32_t const offset = n - firstNumber;
-    bitmap[offset / 32] |= 1u << (offset % 32);
+    bitmapOf(bitmap, wordCount).give(n - firstNumber);
     return true;
 }
 

@@ -108,13 +108,19 @@ inline std::string runNumberBagScript(uint8_t const* bytes, std::size_t length) 
     // clang-format off
     static uint32_t const ranges[][2] = {{0, 9}, {100, 163}, {0, 31}, {0, 32}, {1000, 1009},
         {0xFFFFFF00, UINT32_MAX}, {0xFFFFFFE0, UINT32_MAX}, {5, 300}, {7, 7}, {0, 0}, {10, 9},
-        {0, UINT32_MAX}, {UINT32_MAX, UINT32_MAX}, {1, 64}, {3, 98}};
+        {0, UINT32_MAX}, {UINT32_MAX, UINT32_MAX}, {1, 64}, {3, 98}, {2, 9001}};
     // clang-format on
-    uint32_t const pick = in.byte() % 16, any = in.word(), count = in.byte() % 600;
-    uint32_t const first = pick < 15 ? ranges[pick][0] : any;
-    uint32_t const last = pick < 15 ? ranges[pick][1] : first + std::min(count, ~first);
+    uint32_t const pick = in.byte() % 17, any = in.word(), count = in.byte() % 600;
+    uint32_t const first = pick < 16 ? ranges[pick][0] : any;
+    uint32_t const last = pick < 16 ? ranges[pick][1] : first + std::min(count, ~first);
     NumberBag bag(first, last);
     BagModel model(first, last);
+    // The large bag starts with about one number in 1,024 free, so that every search
+    // crosses long runs of taken words.
+    for (uint32_t n = first; pick == 15 && n <= last; ++n) {
+        if ((n * 2654435761u) >> 22 != 0 && !(bag.getNumber(n) && model.getNumber(n)))
+            return failure("fill", n);
+    }
     auto argument = [&in, first, last](uint32_t s) -> uint32_t {
         uint32_t const span = last - first + 1, word = s % 8 < 6 ? 0 : in.word();
         uint32_t const near[] = {first + s / 8, last - s / 8, first - 1, last + 1, 0, UINT32_MAX};

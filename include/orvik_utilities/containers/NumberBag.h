@@ -16,9 +16,10 @@
 /// The bag owns its bitmap; no process-wide state, one thread at a time per bag.
 class ORVIK_API NumberBag {
 public:
-    /// A full bag. A range with firstNumber > lastNumber or of 2^32 numbers, or one whose
-    /// bitmap cannot be allocated, gives an empty bag: every get, returnNumber and isInBag
-    /// answers false.
+    /// A full bag. Its one allocation holds count / 32 + 1 bitmap words and one summary
+    /// word per 32 of them, so searches cost words / 32, not words. A range with
+    /// firstNumber > lastNumber or of 2^32 numbers, or one whose bitmap cannot be
+    /// allocated, gives an empty bag: every get, returnNumber and isInBag answers false.
     NumberBag(unsigned long firstNumber, unsigned long lastNumber);
     /// Frees the bitmap.
     ~NumberBag();
