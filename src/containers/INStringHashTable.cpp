@@ -26,35 +26,73 @@ namespace {
 
 // Bytes are read as unsigned so that the device (unsigned char) and hosts with a signed
 // char agree; the shift runs in 32 bits so that 64-bit hosts drop the same high bits.
-// The key's length comes out of the same pass.
 #if defined(__x86_64__)
-// On the host the C library measures the key faster than a byte loop, and four steps of
-// the hash are taken at once: h ^ (h << 5) applied four times is h ^ (h << 20), so only
-// that term waits on the previous step and the bytes' own terms are worked out beside it.
+// On the host the C library measures the key faster than a byte loop, and the hash is taken
+// eight bytes at a time. Over GF(2), h ^ (h << 5) ^ b is h (1 + x^5) + b, so the hash is the
+// sum of every byte times (1 + x^5)^k, k its distance from the key's end. Eight steps give
+// (1 + x^5)^8 = 1 + x^40, which is 1 modulo x^32: only k mod 8 counts, and the key can be cut
+// into blocks of eight, counted from its end, whose terms are simply XORed.
 // This costs the device more instructions than it saves, so it stays a host path.
+
+// The term of one block: the sum of c_k (1 + x^5)^k, c_k the byte k places from the block's
+// end, folded in three levels as (1 + x^5)^k = (1 + x^5)^k0 (1 + x^10)^k1 (1 + x^20)^k2.
+uint32_t blockTerm(uint64_t littleEndian) {
+    uint64_t const c = __builtin_bswap64(littleEndian); // byte k: c_k
+    uint64_t const bytes = 0x00FF00FF00FF00FF, halves = 0x0000FFFF0000FFFF;
+    uint64_t const odd1 = (c >> 8) & bytes;
+    uint64_t const pairs = (c & bytes) ^ odd1 ^ (odd1 << 5);
+    uint64_t const odd2 = (pairs >> 16) & halves;
+    uint64_t const quads = (pairs & halves) ^ odd2 ^ (odd2 << 10);
+    uint64_t const high = quads >> 32;
+    return static_cast<uint32_t>(quads ^ high ^ (high << 20));
+}
+
+uint64_t load64(unsigned char const* p) {
+    uint64_t v;
+    std::memcpy(&v, p, sizeof v);
+    return v;
+}
+
 uint32_t fullHash(char const* key, std::size_t& length) {
-    auto const* const first = reinterpret_cast<unsigned char const*>(key);
-    auto const* p = first;
+    auto const* const p = reinterpret_cast<unsigned char const*>(key);
+    std::size_t const n = std::strlen(key);
+    length = n;
     uint32_t h = 0;
-    for (;; p += 4) {
-        // In order, so that no byte past the terminator is read.
-        if (p[0] == 0 || p[1] == 0 || p[2] == 0 || p[3] == 0)
-            break;
-        uint32_t const c0 = p[0], c1 = p[1], c2 = p[2], c3 = p[3];
-        uint32_t const bytes =
-            (c0 ^ c0 << 5 ^ c0 << 10 ^ c0 << 15) ^ (c1 ^ c1 << 10) ^ (c2 ^ c2 << 5) ^ c3;
-        h = h ^ (h << 20) ^ bytes;
+    if (n < 4) {
+        for (std::size_t i = 0; i < n; ++i)
+            h = h ^ (h << 5) ^ p[i];
+        return h;
     }
-    for (; *p != 0; ++p)
-        h = h ^ (h << 5) ^ *p;
-    length = static_cast<std::size_t>(p - first);
+    if (n < 8) {
+        // The short key as the last n bytes of a block: two overlapping 4-byte loads.
+        uint32_t head, tail;
+        std::memcpy(&head, p, 4);
+        std::memcpy(&tail, p + n - 4, 4);
+        return blockTerm(uint64_t{tail} << 32 |
+                         static_cast<uint32_t>(uint64_t{head} << 8 * (8 - n)));
+    }
+    // The first n mod 8 bytes end a block of their own whose other bytes are zero.
+    std::size_t const lead = n % 8;
+    if (lead != 0)
+        h = blockTerm(load64(p) << 8 * (8 - lead));
+    for (std::size_t i = lead; i < n; i += 8)
+        h ^= blockTerm(load64(p + i));
     return h;
 }
 
+// Keys are mostly 8 to 16 bytes: two overlapping 8-byte words compare them without a call.
 bool sameBytes(char const* a, char const* b, std::size_t length) {
-    return std::memcmp(a, b, length) == 0;
+    if (length < 8 || length > 16)
+        return std::memcmp(a, b, length) == 0;
+    uint64_t a0, b0, a1, b1;
+    std::memcpy(&a0, a, 8);
+    std::memcpy(&b0, b, 8);
+    std::memcpy(&a1, a + length - 8, 8);
+    std::memcpy(&b1, b + length - 8, 8);
+    return ((a0 ^ b0) | (a1 ^ b1)) == 0;
 }
 #else
+// The key's length comes out of the same pass.
 uint32_t fullHash(char const* key, std::size_t& length) {
     auto const* const first = reinterpret_cast<unsigned char const*>(key);
     auto const* p = first;
