@@ -103,6 +103,8 @@ TEST_F(ProcessControlEnvTest, ScanSkipsWhatIsNoProcessAndUpdatesKeepEntries) {
     EXPECT_TRUE(table.getProcessEntryByPid(7) == seven && !table.getProcessEntryByPid(12) &&
                 table.getNextProcessEntryByName("one", nullptr) == seven &&
                 !table.getNextProcessEntryByName("one", seven));
+    ProcessEntry const stranger(7, "one"); // not in the table, though alike
+    EXPECT_EQ(table.getNextProcessEntryByName(nullptr, &stranger), nullptr);
     EXPECT_TRUE(table.getNumberOfProcessesByName("LL") == 1 &&
                 table.getNumberOfProcessesByName(nullptr) == 3);
     ASSERT_EQ(system("rm -r /proc/8 /proc/9"), 0);
