@@ -1,10 +1,7 @@
-// The model table, and setup reading a system summary written by the test into a private
-// /proc/sysinfo.
+// KelvoInformation::setup reading the system summary from a private /proc/sysinfo.
 #include <orvik_utilities/system/KelvoInformation.h>
 
 #include "support/Sandbox.h"
-#include "support/VirtualSlot.h"
-#include "system/ProductTable.h"
 
 #include <gtest/gtest.h>
 
@@ -13,90 +10,52 @@
 namespace {
 
 using namespace orvik_test;
+using orvik_sandbox::kSummaryFile;
+using orvik_sandbox::summaryText;
+using KelvoInformationEnvTest = MountNamespaceTest;
 
-// Every row: the name, then model, WWAN, WLAN, GNSS, Ethernet switch, USB host types.
-struct {
-    char const* name;
-    char const* fields;
-} const kModels[] = {
-    {"TQ5010", "1 2 0 0 0 0"},  {"TQ5xxx", "1 2 0 0 0 0"},        {"TQ5320", "2 3 0 0 2 0"},
-    {"TQ5321", "3 4 0 2 2 0"},  {"TQ5630", "4 5 0 0 2 2"},        {"TQ5631", "5 5 0 3 2 2"},
-    {"TQ5850", "6 5 2 0 2 2"},  {"TQ5851", "7 5 2 3 2 2"},        {"TQ5800", "8 6 2 4 2 2"},
-    {"TQ5800R", "9 6 2 4 2 2"}, {"TQ5900", "10 6 2 4 2 2"},       {"TQ5900R", "11 6 2 4 2 2"},
-    {"TQ9999", "0 0 0 0 0 0"},  {"TQ5631 TQ5320", "2 3 0 0 2 0"}, // table order decides
-};
-
-std::string fields(orvik::detail::ProductRow const& row) {
+// Model, WWAN, WLAN, GNSS, Ethernet switch and USB host types.
+std::string fields(KelvoInformation const& info) {
     std::string text;
-    for (int32_t value : {row.model, row.wwanType, row.wlanType, row.gnssType,
-                          row.ethernetSwitchType, row.usbHostControllerType})
+    for (int value : {info.getModel(), info.getWwanType(), info.getWlanType(), info.getGnssType(),
+                      info.getEthernetSwitchType(), info.getUsbHostControllerType()})
         text += (text.empty() ? "" : " ") + std::to_string(value);
     return text;
 }
 
-std::string fields(KelvoInformation const& info) {
-    return fields({info.getModel(), info.getWwanType(), info.getWlanType(), info.getGnssType(),
-                   info.getEthernetSwitchType(), info.getUsbHostControllerType()});
-}
-
-TEST(KelvoInformationTest, FirstNameOfTheTableDecidesOnceTheSummaryHasAProductType) {
-    for (auto const& model : kModels) {
-        orvik::detail::ProductRow row{-1, -1, -1, -1, -1, -1};
-        ASSERT_TRUE(orvik::detail::productFromSummary(
-            (std::string("Product type: ") + model.name).c_str(), &row));
-        EXPECT_EQ(fields(row), model.fields) << model.name;
-    }
-    orvik::detail::ProductRow untouched{7, 7, 7, 7, 7, 7};
-    EXPECT_FALSE(orvik::detail::productFromSummary("Product: TQ5010\n", &untouched));
-    EXPECT_EQ(untouched.model, 7);
-}
-
-TEST(KelvoInformationTest, LayoutAndVirtualSlotsMatchTheDevice) {
-    EXPECT_EQ(sizeof(KelvoInformation), sizeof(void*) == 4 ? 28u : 32u);
-    EXPECT_EQ(fields(KelvoInformation()), "0 0 0 0 0 0");
-    EXPECT_EQ(virtualSlot(&KelvoInformation::setup), 2);
-    EXPECT_EQ(virtualSlot(&KelvoInformation::getModel), 3);
-    EXPECT_EQ(virtualSlot(&KelvoInformation::getUsbHostControllerType), 8);
-}
-
-constexpr char kSummary[] = "/proc/sysinfo/summary";
-
-class KelvoInformationEnvTest : public MountNamespaceTest {
-protected:
-    void prepare() override { ASSERT_TRUE(ns->privateDir("/proc/sysinfo")) << ns->error(); }
-};
-
-TEST_F(KelvoInformationEnvTest, SetupFillsEveryFieldFromTheSummary) {
+// The first name of the table found anywhere decides: each R variant comes before its plain
+// name, and TQ5320 before TQ5631.
+TEST_F(KelvoInformationEnvTest, TheFirstNameOfTheTableInTheFirst999BytesDecides) {
     KelvoInformation info;
-    EXPECT_FALSE(info.setup()); // no summary yet
-    for (auto const& model : kModels) {
-        ASSERT_TRUE(writeFile(kSummary, "Kernel: 4.9\nProduct type: " + std::string(model.name) +
-                                            "\nSerial: 5010\n"));
-        EXPECT_TRUE(info.setup()) << model.name;
-        EXPECT_EQ(fields(info), model.fields) << model.name;
+    EXPECT_EQ(fields(info), "0 0 0 0 0 0");
+    std::string why;
+    ASSERT_TRUE(orvik_sandbox::provideSummary(*ns, "", &why)) << why;
+    // clang-format off
+    std::pair<char const*, char const*> const models[] = {
+        {"TQ5010", "1 2 0 0 0 0"}, {"TQ5xxx", "1 2 0 0 0 0"}, {"TQ5320", "2 3 0 0 2 0"}, {"TQ5321", "3 4 0 2 2 0"},
+        {"TQ5630", "4 5 0 0 2 2"}, {"TQ5631", "5 5 0 3 2 2"}, {"TQ5850", "6 5 2 0 2 2"}, {"TQ5851", "7 5 2 3 2 2"},
+        {"TQ5800", "8 6 2 4 2 2"}, {"TQ5800R", "9 6 2 4 2 2"}, {"TQ5900", "10 6 2 4 2 2"}, {"TQ5900R", "11 6 2 4 2 2"},
+        {"TQ9999", "0 0 0 0 0 0"}, {"TQ5631 TQ5320", "2 3 0 0 2 0"}, {"TQ5851", "7 5 2 3 2 2"}};
+    // clang-format on
+    for (auto const& model : models) {
+        ASSERT_TRUE(writeFile(kSummaryFile, summaryText(model.first)));
+        EXPECT_TRUE(info.setup());
+        EXPECT_EQ(fields(info), model.second) << model.first;
     }
-}
-
-TEST_F(KelvoInformationEnvTest, SetupWithoutAProductTypeKeepsTheFieldsAndOnly999BytesCount) {
-    KelvoInformation info;
-    // The name counts anywhere, not only on the product type line.
-    ASSERT_TRUE(writeFile(kSummary, "Board TQ5321\nProduct type: ?\n"));
-    ASSERT_TRUE(info.setup());
-    for (char const* bad : {"", "Product: TQ5010\n"}) {
-        ASSERT_TRUE(writeFile(kSummary, bad));
+    // Without a product type, or without a file, setup fails and the fields stay.
+    for (std::string const bad : {"", "Product: TQ5321\n", "<no file>"}) {
+        ASSERT_TRUE(bad[0] == '<' ? unlink(kSummaryFile) == 0 : writeFile(kSummaryFile, bad));
         EXPECT_FALSE(info.setup());
-        EXPECT_EQ(fields(info), "3 4 0 2 2 0");
+        EXPECT_EQ(fields(info), "7 5 2 3 2 2") << bad;
     }
-    // A name whose last character is byte 999 is seen; one byte later it is not.
+    // A name whose last character is byte 999 counts; one byte later it does not.
     std::string const head = "Product type: " + std::string(979, '.');
-    ASSERT_TRUE(writeFile(kSummary, head + "TQ5851" + std::string(500, '.')));
+    ASSERT_TRUE(writeFile(kSummaryFile, head + "TQ5321" + std::string(500, '.')));
     EXPECT_TRUE(info.setup());
-    EXPECT_EQ(info.getModel(), KelvoInformation::MODEL_TQ5851);
-    ASSERT_TRUE(writeFile(kSummary, head + ".TQ5851" + std::string(500, '.')));
+    EXPECT_EQ(info.getModel(), KelvoInformation::MODEL_TQ5321);
+    ASSERT_TRUE(writeFile(kSummaryFile, head + ".TQ5321"));
     EXPECT_TRUE(info.setup());
     EXPECT_EQ(fields(info), "0 0 0 0 0 0");
-    ASSERT_EQ(unlink(kSummary), 0);
-    EXPECT_FALSE(info.setup());
 }
 
 } // namespace

@@ -1,5 +1,5 @@
-// The watchdog client talking to a real service socket at "/tmp/.watchdog_api" on a private
-// /tmp. The client socket is process-wide, so every client runs in a fresh child.
+// The watchdog client against a real service socket at "/tmp/.watchdog_api" on a private /tmp.
+// The client socket is process-wide, so every client runs in a fresh child.
 #include <orvik_utilities/system/Watchdog.h>
 
 #include "support/ChildProcess.h"
@@ -10,7 +10,6 @@
 
 #include <fcntl.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -18,10 +17,13 @@
 namespace {
 
 using namespace orvik_test;
+using Sent = std::vector<std::pair<std::string, std::string>>; // bytes, sender path
 
-// The 76 bytes the service expects: cmd, pid, value as little-endian words (both targets
-// are little-endian), then the name zero-padded to 64 bytes.
-std::string wire(uint32_t cmd, int pid, uint32_t value, std::string const& name) {
+std::string const kService = "/tmp/.watchdog_api";
+
+// The 76 bytes the service reads: cmd, pid, value as little-endian words (both targets are
+// little-endian), then the name zero-padded to 64 bytes.
+std::string wire(uint32_t cmd, int pid, uint32_t value, std::string const& name = "") {
     std::string bytes;
     for (uint32_t word : {cmd, uint32_t(pid), value})
         for (int shift = 0; shift < 32; shift += 8)
@@ -29,13 +31,11 @@ std::string wire(uint32_t cmd, int pid, uint32_t value, std::string const& name)
     return bytes + name + std::string(64 - name.size(), '\0');
 }
 
-TEST(WatchdogMessageTest, FieldsSitAtFixedOffsetsAndTheRestIsZero) {
-    unsigned char message[76];
-    orvik::detail::buildWatchdogMessage(message, 1, -2, 0xA1B2C3D4u, std::string(70, 'n').c_str());
-    EXPECT_EQ(std::string(reinterpret_cast<char*>(message), 76),
-              wire(1, -2, 0xA1B2C3D4u, std::string(63, 'n')));
-    orvik::detail::buildWatchdogMessage(message, 4, 0, 0, nullptr);
-    EXPECT_EQ(std::string(reinterpret_cast<char*>(message), 76), wire(4, 0, 0, ""));
+// A cut path could name another client's socket, which the bind would remove first.
+TEST(WatchdogTest, ANullNameMakesNoClientPath) {
+    char path[108] = "untouched";
+    EXPECT_FALSE(orvik::detail::watchdogClientPath(path, kService.c_str(), nullptr));
+    EXPECT_STREQ(path, "untouched");
 }
 
 // A child's call results, its own process id written as "me".
@@ -46,98 +46,60 @@ std::string results(std::initializer_list<int> values) {
     return text;
 }
 
-class WatchdogEnvTest : public MountNamespaceTest {
-protected:
-    void prepare() override {
-        std::string why;
-        ASSERT_TRUE(orvik_sandbox::serveWatchdog(*ns, false, service, &why)) << why;
-    }
-    // Each datagram's sender path and 76 bytes, in order.
-    void expectReceived(std::vector<Datagram> const& expected) {
-        std::vector<Datagram> const got = service.drain();
-        ASSERT_EQ(got.size(), expected.size());
-        for (std::size_t i = 0; i < got.size(); ++i) {
-            EXPECT_EQ(got[i].sender, expected[i].sender) << i;
-            EXPECT_EQ(got[i].bytes, expected[i].bytes) << i;
-        }
-    }
+Sent received(DatagramSocket& service) {
+    Sent sent;
+    for (Datagram const& datagram : service.drain())
+        sent.emplace_back(datagram.bytes, datagram.sender);
+    return sent;
+}
+
+using WatchdogEnvTest = MountNamespaceTest;
+
+TEST_F(WatchdogEnvTest, OneSocketCarriesEveryCommandAndLongNamesAreCutOrRefused) {
+    std::string const longest(88, 'a'), tooLong(89, 'b'), client = kService + "_daemond";
+    std::string const cutPath = kService + "_" + tooLong.substr(0, 88);
     DatagramSocket service;
-};
-
-TEST_F(WatchdogEnvTest, RegisterBindsTheClientAndEveryCommandArrivesWhole) {
-    EXPECT_EQ(runInChild([] {
-                  return results({kx_watchdog_feed(0), kx_watchdog_unregister(0)});
-              }).output,
-              "0 0 ");
-    ASSERT_TRUE(writeFile("/tmp/.watchdog_api_daemond", "stale"));
-    ChildRun const run = runInChild([] {
-        std::string const answers =
-            results({kx_watchdog_register(0xDEADBEEFu, 0, "daemond"), kx_watchdog_feed(0),
-                     kx_watchdog_feed(4242), kx_watchdog_unregister(0)});
-        kx_watchdog_config("other");
-        return answers;
-    });
-    EXPECT_EQ(run.output, "me me 4242 me ");
-    std::string const client = "/tmp/.watchdog_api_daemond";
-    expectReceived({{wire(1, run.pid, 0xDEADBEEFu, "daemond"), client},
-                    {wire(3, run.pid, 0, ""), client},
-                    {wire(3, 4242, 0, ""), client},
-                    {wire(2, run.pid, 0, ""), client},
-                    {wire(4, 0, 0, ""), client}});
-    struct stat info;
-    EXPECT_TRUE(lstat(client.c_str(), &info) == 0 && S_ISSOCK(info.st_mode));
-    // A second start under the same name removes the socket file the first one left.
-    EXPECT_EQ(runInChild([] { return results({kx_watchdog_register(7, 99, "daemond")}); }).output,
-              "99 ");
-    expectReceived({{wire(1, 99, 7, "daemond"), client}});
-}
-
-TEST_F(WatchdogEnvTest, LongNamesAreCutInTheMessageAndRefusedForThePath) {
-    std::string const longest(88, 'a'), tooLong(89, 'b');
-    std::string const cutPath = "/tmp/.watchdog_api_" + tooLong.substr(0, 88);
-    ASSERT_TRUE(writeFile(cutPath, "someone else's"));
+    std::string why;
+    ASSERT_TRUE(orvik_sandbox::serveWatchdog(*ns, false, service, &why)) << why;
+    ASSERT_TRUE(writeFile(client, "stale") && writeFile(cutPath, "someone else's"));
     ChildRun const run = runInChild([&] {
-        std::string name = tooLong;
-        return results({kx_watchdog_register(1, 0, longest.c_str()), kx_watchdog_init(&name[0]),
-                        errno, kx_watchdog_register(2, 0, tooLong.c_str())});
-    });
-    EXPECT_EQ(run.output, "me -1 " + std::to_string(ENAMETOOLONG) + " me ");
-    expectReceived({{wire(1, run.pid, 1, longest.substr(0, 63)), "/tmp/.watchdog_api_" + longest},
-                    {wire(1, run.pid, 2, tooLong.substr(0, 63)), ""}}); // sent unbound
-    EXPECT_EQ(readFile(cutPath), "someone else's");
-}
-
-TEST_F(WatchdogEnvTest, ConfigMakesTheSocketAndALaterInitReplacesIt) {
-    ChildRun const run = runInChild([] {
+        std::string const none = results({kx_watchdog_feed(0), kx_watchdog_unregister(0)});
         close(0); // daemons close standard input, so the socket may well be descriptor 0
-        kx_watchdog_config("cfgd");
+        kx_watchdog_config("daemond");
         kx_watchdog_config("other");
-        char name[] = "second";
-        // The replaced socket is closed: descriptor 0 is free again.
-        return results({kx_watchdog_feed(5), kx_watchdog_register(3, 0, "cfgd"),
-                        kx_watchdog_init(name), fcntl(0, F_GETFD), kx_watchdog_feed(6)});
+        std::string refused = tooLong, accepted = longest;
+        // Replacing the socket closes the old one: descriptor 0 is free again.
+        return none +
+               results({kx_watchdog_register(0xDEADBEEFu, 0, "daemond"), kx_watchdog_feed(0),
+                        kx_watchdog_feed(4242), kx_watchdog_unregister(0),
+                        kx_watchdog_register(1, 0, &longest[0]), kx_watchdog_init(&refused[0]),
+                        errno, fcntl(0, F_GETFD), kx_watchdog_register(2, 0, &refused[0]),
+                        kx_watchdog_init(&accepted[0]), kx_watchdog_feed(6)});
     });
-    EXPECT_EQ(run.output, "5 me 0 -1 6 ");
-    std::string const first = "/tmp/.watchdog_api_cfgd";
-    expectReceived({{wire(4, 0, 0, ""), first},
-                    {wire(4, 0, 0, ""), first},
-                    {wire(3, 5, 0, ""), first},
-                    {wire(1, run.pid, 3, "cfgd"), first},
-                    {wire(3, 6, 0, ""), "/tmp/.watchdog_api_second"}});
-    // Without descriptors to spare there is no socket: init gives socket()'s -1.
+    EXPECT_EQ(run.output,
+              "0 0 me me 4242 me me -1 " + std::to_string(ENAMETOOLONG) + " -1 me 0 6 ");
+    // clang-format off
+    EXPECT_EQ(received(service), (Sent{{wire(4, 0, 0), client}, {wire(4, 0, 0), client}, {wire(1, run.pid, 0xDEADBEEFu, "daemond"), client},
+        {wire(3, run.pid, 0), client}, {wire(3, 4242, 0), client}, {wire(2, run.pid, 0), client},
+        {wire(1, run.pid, 1, longest.substr(0, 63)), client}, {wire(1, run.pid, 2, tooLong.substr(0, 63)), ""},
+        {wire(3, 6, 0), kService + "_" + longest}}));
+    // clang-format on
+    EXPECT_EQ(readFile(cutPath), "someone else's");
+    // Without descriptors to spare there is no socket (init gives socket()'s -1); with the
+    // service gone, nothing is registered.
+    ASSERT_EQ(unlink(kService.c_str()), 0);
     EXPECT_EQ(runInChild([] {
-                  rlimit const none = {0, 0};
+                  rlimit limit;
+                  getrlimit(RLIMIT_NOFILE, &limit);
+                  rlimit const none = {0, limit.rlim_max};
                   setrlimit(RLIMIT_NOFILE, &none);
-                  char name[] = "d";
-                  kx_watchdog_config(name);
-                  return results({kx_watchdog_register(1, 0, name), kx_watchdog_init(name)});
+                  kx_watchdog_config("d");
+                  std::string const answers =
+                      results({kx_watchdog_register(1, 0, "d"), kx_watchdog_init("d")});
+                  setrlimit(RLIMIT_NOFILE, &limit);
+                  return answers + results({kx_watchdog_register(1, 0, "d"), kx_watchdog_feed(0)});
               }).output,
-              "0 -1 ");
-    ASSERT_EQ(unlink("/tmp/.watchdog_api"), 0); // the service is gone: register fails
-    EXPECT_EQ(runInChild([] {
-                  return results({kx_watchdog_register(1, 0, "d"), kx_watchdog_feed(0)});
-              }).output,
-              "0 me ");
+              "0 -1 0 me ");
 }
 
 } // namespace
