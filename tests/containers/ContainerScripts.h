@@ -143,7 +143,10 @@ inline std::vector<void*>& passed() {
     return values;
 }
 inline char const* keyArgument(std::string const& key) { return key.c_str(); }
-inline uint32_t keyArgument(uint32_t key) { return key; }
+// On 64-bit hosts the key comes with high bits the table must ignore.
+inline unsigned long keyArgument(uint32_t key) {
+    return static_cast<unsigned long>(uint64_t{key} * 0x100000001u);
+}
 
 // A hash table against (key, value) pairs in insertion order: lookups find the oldest pair of
 // a key, walks go bucket by bucket with each chain in insertion order. Each step adds, removes
@@ -195,8 +198,9 @@ std::string runTableScript(uint8_t const* bytes, std::size_t length, ReadKey rea
                 if ((hash(p.first) & mask) == b)
                     walk.push_back(p.second);
         passed().clear();
+        table.passAllPointers(nullptr);
         table.passAllPointers([](void* v) { passed().push_back(v); });
-        if (passed() != walk)
+        if (passed() != walk || table.getFirstNPointers(n, nullptr) != 0)
             return failure("passAllPointers", step);
         walk.resize(std::min<std::size_t>(walk.size(), n));
         walk.push_back(nullptr);
