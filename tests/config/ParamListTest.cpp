@@ -71,6 +71,8 @@ TEST(ParamListTest, WritesSortedEscapedElementsAndCachesTheForm) {
     list.setTagValue(String("hex"), String("FFh"));
     EXPECT_FALSE(list.getTagValue(String("A"), value));
     EXPECT_TRUE(value == 7 && list.getTagValue(String("hex"), value) && value == 255u);
+    list.setTagValueString(String("<%39>%30%4a%4A%4f%4F%2g</%39>")); // every digit bound
+    EXPECT_EQ(std_(list.getTagValueString()), "<9>0JJOO%252g</9>");
     ParamList::TagValuePair pair, other;
     pair.tag = String("B");
     other = ParamList::TagValuePair(pair);

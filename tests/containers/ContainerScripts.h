@@ -101,12 +101,13 @@ template <typename Bag> bool bagStep(Bag& bag, uint32_t op, uint32_t a, uint32_t
 }
 // clang-format on
 
-// Ranges of whole and partial words, at the top of the 32-bit space, of one number, outside
-// the model (reversed, all 2^32 numbers) or anywhere; arguments near and past the edges.
+// Ranges of whole and partial words, at the top and across the middle of the 32-bit space
+// (ends adding up to 2^32 - 1), of one number, outside the model (reversed, all 2^32
+// numbers) or anywhere; arguments near and past the edges.
 inline std::string runNumberBagScript(uint8_t const* bytes, std::size_t length) {
     ScriptBytes in{bytes, bytes + length};
     // clang-format off
-    static uint32_t const ranges[][2] = {{0, 9}, {100, 163}, {0, 31}, {0, 32}, {1000, 1009},
+    static uint32_t const ranges[][2] = {{0, 9}, {100, 163}, {0, 31}, {0, 32}, {0x7FFFFFFB, 0x80000004},
         {0xFFFFFF00, UINT32_MAX}, {0xFFFFFFE0, UINT32_MAX}, {5, 300}, {7, 7}, {0, 0}, {10, 9},
         {0, UINT32_MAX}, {UINT32_MAX, UINT32_MAX}, {1, 64}, {3, 98}};
     // clang-format on

@@ -32,8 +32,8 @@ bool isEmpty(NumberBag& bag) {
 }
 
 // A bag whose bitmap could not be allocated is empty; numbers and lower bounds wider than
-// 32 bits lie beyond every range.
-TEST(NumberBagTest, WithoutBitmapAndBeyond32Bits) {
+// 32 bits lie beyond every range; pairs start at even offsets.
+TEST(NumberBagTest, WithoutBitmapBeyond32BitsAndPairStarts) {
     int injected = sweepAllocationFailures([&](AllocationFault& fault, bool& failed) {
         fault.arm();
         NumberBag bag(100, 163);
@@ -45,6 +45,10 @@ TEST(NumberBagTest, WithoutBitmapAndBeyond32Bits) {
     EXPECT_EQ(injected, 2);
     unsigned long n = 5;
     EXPECT_FALSE(NumberBag(0, 0).getNumberPairInRangeRoundRobin(0, 0, &n) || n != 5);
+    // No cursor, and a cursor that is no pair's start: the next pair after it.
+    NumberBag bag(0, 63);
+    EXPECT_FALSE(bag.getNumber(static_cast<unsigned long*>(nullptr)));
+    EXPECT_TRUE(bag.getNumberPairInRangeRoundRobin(0, 63, &(n = 1)) && n == 4);
     if (sizeof(unsigned long) > 4) {
         auto const beyond = static_cast<unsigned long>(0x100000005ull);
         NumberBag top(0xFFFFFFF0, beyond), far(beyond, beyond);
