@@ -117,7 +117,12 @@ TEST_F(ConfigReaderTest, RandomFilesLoadAsTheModelSays) {
     std::mt19937 rng(5);
     char const* const tokens[] = {"a", "b", "on", "OfF", "12", "FFh", "=",    "=",
                                   "#", " ", "\t", "\r",  "\n", "\n",  "\xff", "\x80"};
-    unsigned long const indexes[] = {0, 12, 65536, 0x7FFFFFFFul, 0x80000000ul, 0xFFFFFFFFul,
+    unsigned long const indexes[] = {0,
+                                     12,
+                                     65536,
+                                     0x7FFFFFFFul,
+                                     0x80000000ul,
+                                     0xFFFFFFFFul,
                                      static_cast<unsigned long>(0x100000005ull)};
     for (int round = 0; round < 300; ++round) {
         std::string f;
@@ -166,7 +171,8 @@ TEST_F(ConfigReaderTest, UsualIndexedLookupsAllocateNothing) {
     String const route("route%lu"), none("none");
     orvik_test::AllocationCounter counter;
     EXPECT_EQ(reader.getIndexedValue(route, 12, none).length() +
-                  reader.getIndexedValueAsInt(route, 12, -1) + reader.getIndexedValueAsInt(route, 4, -1),
+                  reader.getIndexedValueAsInt(route, 12, -1) +
+                  reader.getIndexedValueAsInt(route, 4, -1),
               1 + 7 - 1);
     EXPECT_EQ(counter.count(), 0);
 }

@@ -47,7 +47,8 @@ TEST(HashTablesTest, MasksStopAt31BitsAndStringKeysAreCopies) {
 
 // A failed addition leaves the table as it was; a table without its bucket array is empty
 // and refuses everything.
-template <typename Table, typename Key> void sweepTable(Table (*make)(unsigned long), Key kept, Key added) {
+template <typename Table, typename Key>
+void sweepTable(Table (*make)(unsigned long), Key kept, Key added) {
     int const injected = sweepAllocationFailures([&](AllocationFault& fault, bool& failed) {
         Table table = make(4);
         table.addEntry(kept, &values[0]);

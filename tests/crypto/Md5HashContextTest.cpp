@@ -14,8 +14,9 @@ TEST(Md5HashContextTest, AgreesWithOpensslForEveryLengthSplitKeyAndTruncation) {
 TEST(Md5HashContextTest, PublishedVectors) {
     Md5HashContext md5;
     EXPECT_EQ(digestOf(md5, "", ""), "d41d8cd98f00b204e9800998ecf8427e");
-    EXPECT_EQ(digestOf(md5, "", "1234567890123456789012345678901234567890123456789012345678901"
-                                "2345678901234567890"),
+    EXPECT_EQ(digestOf(md5, "",
+                       "1234567890123456789012345678901234567890123456789012345678901"
+                       "2345678901234567890"),
               "57edf4a22be3c955ac49da2e2107b67a");
 }
 
