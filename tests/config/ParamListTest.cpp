@@ -75,8 +75,9 @@ TEST(ParamListTest, WritesSortedEscapedElementsAndCachesTheForm) {
     EXPECT_EQ(std_(list.getTagValueString()), "<9>0JJOO%252g</9>");
     ParamList::TagValuePair pair, other;
     pair.tag = String("B");
+    pair.value = String("1");
     other = ParamList::TagValuePair(pair);
-    EXPECT_EQ(std_(other.tag), "B");
+    EXPECT_EQ(std_(other.tag) + std_(other.value), "B1");
 }
 
 std::string randomText(std::mt19937& rng) {
