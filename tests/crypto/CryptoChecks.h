@@ -80,10 +80,10 @@ inline Bytes openssl(bool sha1, Bytes const& data, Bytes const* key = nullptr) {
 // Messages of 0 to 302 bytes cross every padding case from every offset; long ones have
 // whole blocks taken straight from the input. Keys of 0 to 200 bytes: empty, short, one
 // block, hashed first. Returned lengths 0 to 23 and 100: 0 and too large mean complete.
-// Each message is hashed whole into getHash; in random pieces into getCompleteHash after
-// initialize or test() (which leaves an empty message); and into an HMAC over the same
-// hash after junk that reset() drops. destroy() then leaves the wiped state of a new
-// context. The HMAC shares the grid's messages, so it is checked here too.
+// Each message is hashed whole, from an odd address, into getHash; in random pieces into
+// getCompleteHash after initialize or test() (which leaves an empty message); and into an
+// HMAC over the same hash after junk that reset() drops. destroy() then leaves the wiped
+// state of a new context. The HMAC shares the grid's messages, so it is checked here too.
 template <typename Hash> void checkGrid(uint64_t recorded, char const* wipedState) {
     [[maybe_unused]] bool const sha1 = std::is_same<Hash, Sha1HashContext>::value;
     std::vector<std::size_t> lengths{1000u, 4095u, 4096u, 4097u, 65543u, 1048589u};
@@ -101,8 +101,10 @@ template <typename Hash> void checkGrid(uint64_t recorded, char const* wipedStat
         unsigned long const asked = n % 25 == 24 ? 100 : n % 25;
         uint32_t const written = asked == 0 || asked > complete ? complete : uint32_t(asked);
         Bytes truncated(complete + 1, 0xEE), digest(complete), code(complete + 1, 0xEE);
+        Bytes shifted(1, 0); // at an odd address, whole blocks are loaded byte by byte
+        shifted.insert(shifted.end(), data.begin(), data.end());
         ASSERT_EQ(context.initialize(asked), 0);
-        context.hash(data.data(), data.size());
+        context.hash(shifted.data() + 1, n);
         context.getHash(truncated.data());
         ASSERT_EQ(n % 2 ? context.test() : context.initialize(asked), 0);
         ASSERT_EQ(context.getReturnedHashLength(), n % 2 ? complete : written);
