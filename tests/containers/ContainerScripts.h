@@ -101,12 +101,13 @@ template <typename Bag> bool bagStep(Bag& bag, uint32_t op, uint32_t a, uint32_t
 }
 // clang-format on
 
-// Ranges of whole and partial words, at the top of the 32-bit space, of one number, outside
-// the model (reversed, all 2^32 numbers) or anywhere; arguments near and past the edges.
+// Ranges of whole and partial words, at the top and across the middle of the 32-bit space
+// (ends adding up to 2^32 - 1), of one number, outside the model (reversed, all 2^32
+// numbers) or anywhere; arguments near and past the edges.
 inline std::string runNumberBagScript(uint8_t const* bytes, std::size_t length) {
     ScriptBytes in{bytes, bytes + length};
     // clang-format off
-    static uint32_t const ranges[][2] = {{0, 9}, {100, 163}, {0, 31}, {0, 32}, {1000, 1009},
+    static uint32_t const ranges[][2] = {{0, 9}, {100, 163}, {0, 31}, {0, 32}, {0x7FFFFFFB, 0x80000004},
         {0xFFFFFF00, UINT32_MAX}, {0xFFFFFFE0, UINT32_MAX}, {5, 300}, {7, 7}, {0, 0}, {10, 9},
         {0, UINT32_MAX}, {UINT32_MAX, UINT32_MAX}, {1, 64}, {3, 98}, {2, 9001}};
     // clang-format on
@@ -149,7 +150,10 @@ inline std::vector<void*>& passed() {
     return values;
 }
 inline char const* keyArgument(std::string const& key) { return key.c_str(); }
-inline uint32_t keyArgument(uint32_t key) { return key; }
+// On 64-bit hosts the key comes with high bits the table must ignore.
+inline unsigned long keyArgument(uint32_t key) {
+    return static_cast<unsigned long>(uint64_t{key} * 0x100000001u);
+}
 
 // A hash table against (key, value) pairs in insertion order: lookups find the oldest pair of
 // a key, walks go bucket by bucket with each chain in insertion order. Each step adds, removes
@@ -201,8 +205,9 @@ std::string runTableScript(uint8_t const* bytes, std::size_t length, ReadKey rea
                 if ((hash(p.first) & mask) == b)
                     walk.push_back(p.second);
         passed().clear();
+        table.passAllPointers(nullptr);
         table.passAllPointers([](void* v) { passed().push_back(v); });
-        if (passed() != walk)
+        if (passed() != walk || table.getFirstNPointers(n, nullptr) != 0)
             return failure("passAllPointers", step);
         walk.resize(std::min<std::size_t>(walk.size(), n));
         walk.push_back(nullptr);

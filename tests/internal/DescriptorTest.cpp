@@ -3,64 +3,52 @@
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <sys/socket.h>
-
 #include <cerrno>
 
 namespace {
 
-using orvik::detail::Descriptor;
+using namespace orvik::detail;
 
-bool isOpenDescriptor(int fd) { return fcntl(fd, F_GETFD) != -1; }
-
-bool closesOnExec(int fd) { return (fcntl(fd, F_GETFD) & FD_CLOEXEC) != 0; }
+// 1 for an open close-on-exec descriptor, 0 for another open one, -1 for a closed one.
+int closeOnExec(int fd) {
+    int const flags = fcntl(fd, F_GETFD);
+    return flags < 0 ? -1 : (flags & FD_CLOEXEC) != 0;
+}
 
 TEST(DescriptorTest, OpensCloseOnExecAndClosesWhenItGoes) {
-    int socketFd;
-    int fileFd;
+    int socketFd, fileFd;
     {
-        Descriptor const socket = orvik::detail::openSocket(AF_UNIX, SOCK_DGRAM, 0);
-        Descriptor const file = orvik::detail::openFile("/dev/null", O_RDONLY);
-        ASSERT_TRUE(socket.isOpen());
-        ASSERT_TRUE(file.isOpen());
+        Descriptor const socket = openSocket(AF_UNIX, SOCK_DGRAM, 0);
+        Descriptor const file = openFile("/dev/null", O_RDONLY);
         socketFd = socket.get();
         fileFd = file.get();
-        EXPECT_TRUE(closesOnExec(socketFd));
-        EXPECT_TRUE(closesOnExec(fileFd));
+        EXPECT_TRUE(socket.isOpen() && file.isOpen());
+        EXPECT_EQ(closeOnExec(socketFd) + closeOnExec(fileFd), 2);
     }
-    EXPECT_FALSE(isOpenDescriptor(socketFd));
-    EXPECT_FALSE(isOpenDescriptor(fileFd));
+    EXPECT_EQ(closeOnExec(socketFd) + closeOnExec(fileFd), -2);
+    Descriptor const missing = openFile("/nonexistent/orvik", O_RDONLY);
+    EXPECT_TRUE(!missing.isOpen() && missing.get() == -1 && errno == ENOENT);
 }
 
-TEST(DescriptorTest, FailedOpenOwnsNothing) {
-    Descriptor const missing = orvik::detail::openFile("/nonexistent/orvik", O_RDONLY);
-    EXPECT_FALSE(missing.isOpen());
-    EXPECT_EQ(missing.get(), -1);
-    EXPECT_EQ(errno, ENOENT);
-}
-
-TEST(DescriptorTest, MoveAndReleaseHandOwnershipOn) {
-    Descriptor first = orvik::detail::openFile("/dev/null", O_RDONLY);
+TEST(DescriptorTest, MoveResetAndReleaseHandOwnershipOn) {
+    Descriptor first = openFile("/dev/null", O_RDONLY);
     int const fd = first.get();
     Descriptor second(std::move(first));
     EXPECT_FALSE(first.isOpen()); // NOLINT(bugprone-use-after-move): the moved-from state
-    EXPECT_EQ(second.get(), fd);
-
-    Descriptor third = orvik::detail::openFile("/dev/null", O_RDONLY);
+    Descriptor third = openFile("/dev/null", O_RDONLY);
     int const replaced = third.get();
     third = std::move(second);
-    EXPECT_FALSE(isOpenDescriptor(replaced));
-    EXPECT_EQ(third.get(), fd);
-
+    third = std::move(third);
+    EXPECT_TRUE(closeOnExec(replaced) == -1 && third.get() == fd);
     int kept = third.release();
-    EXPECT_FALSE(third.isOpen());
-    EXPECT_TRUE(isOpenDescriptor(kept));
-    orvik::detail::closeDescriptor(kept);
-    EXPECT_EQ(kept, -1);
-    EXPECT_FALSE(isOpenDescriptor(fd));
-    orvik::detail::closeDescriptor(kept); // a second close of a closed field does nothing
-    EXPECT_EQ(kept, -1);
+    EXPECT_TRUE(!third.isOpen() && closeOnExec(kept) == 1);
+    closeDescriptor(kept);
+    closeDescriptor(kept); // a second close of a closed field does nothing
+    EXPECT_TRUE(kept == -1 && closeOnExec(fd) == -1);
+    Descriptor fourth = openFile("/dev/null", O_RDONLY);
+    int const reset = fourth.get();
+    fourth.reset();
+    EXPECT_TRUE(!fourth.isOpen() && closeOnExec(reset) == -1);
 }
 
 } // namespace

@@ -5,46 +5,36 @@
 
 #include <sys/types.h>
 
-#include <cerrno>
+#include <vector>
 
 namespace {
 
-using orvik::detail::retryAfterSignal;
-
-// A call that fails with the given errno values in turn, then returns 7.
+// A call failing with each errno of the list in turn, then returning its last entry. A
+// zero result ends the retries even with EINTR left over: only a negative one is a failure.
 struct ScriptedCall {
-    int const* errors;
-    int count;
-    int calls = 0;
-
+    std::vector<int> script;
+    std::size_t calls = 0;
     ssize_t operator()() {
-        if (calls < count) {
-            errno = errors[calls++];
-            return -1;
-        }
-        ++calls;
-        return 7;
+        if (calls + 1 == script.size())
+            return ++calls, script.back();
+        errno = script[calls++];
+        return -1;
     }
 };
 
 TEST(RetryAfterSignalTest, RetriesOnlyInterruptedCalls) {
-    int const interrupted[] = {EINTR, EINTR};
-    ScriptedCall twice{interrupted, 2};
-    EXPECT_EQ(retryAfterSignal([&] { return twice(); }), 7);
-    EXPECT_EQ(twice.calls, 3);
-
-    int const refused[] = {EAGAIN, EINTR};
-    ScriptedCall again{refused, 2};
-    EXPECT_EQ(retryAfterSignal([&] { return again(); }), -1);
-    EXPECT_EQ(again.calls, 1);
-    EXPECT_EQ(errno, EAGAIN);
-}
-
-TEST(RetryAfterSignalTest, ZeroAndShortResultsAreReturnedAsTheyAre) {
-    int calls = 0;
-    errno = EINTR; // left over from an earlier call: only a negative result is a failure
-    EXPECT_EQ(retryAfterSignal([&] { return ++calls, ssize_t{0}; }), 0);
-    EXPECT_EQ(calls, 1);
+    struct {
+        std::vector<int> script;
+        ssize_t result;
+        std::size_t calls;
+    } const cases[] = {{{EINTR, EINTR, 7}, 7, 3}, {{EAGAIN, EINTR, 7}, -1, 1}, {{0}, 0, 1}};
+    for (auto const& c : cases) {
+        ScriptedCall call{c.script};
+        errno = EINTR;
+        EXPECT_EQ(orvik::detail::retryAfterSignal([&] { return call(); }), c.result);
+        EXPECT_EQ(call.calls, c.calls);
+    }
+    EXPECT_EQ(errno, EINTR);
 }
 
 } // namespace
