@@ -20,8 +20,8 @@ namespace orvik_test {
 
 using Bytes = std::vector<unsigned char>;
 
-// The bytes in hex; where pattern has a '.', the byte's digit is shown as '.' (what the
-// kernel fills in), so that EXPECT_EQ(hex(b, p), p) shows the whole difference.
+// The bytes in hex; where pattern has a '.', the digit shows as '.' (what the kernel fills
+// in), so that EXPECT_EQ(hex(b, p), p) shows the whole difference.
 inline std::string hex(Bytes const& bytes, std::string const& pattern = "") {
     std::string text;
     for (unsigned char byte : bytes)
@@ -39,41 +39,31 @@ protected:
         NetworkNamespace device;
         std::unique_ptr<DeviceNetwork> net;
         int onGateway = -1, onFar = -1;
-        std::string problem;
-        ~World() {
-            closelog();
-            close(onGateway), close(onFar);
-        }
+        ~World() { close(onGateway), close(onFar), closelog(); }
     };
 
     // Each test starts with nothing queued, answering hosts and no neighbour entries.
     void SetUp() override {
-        if (!world)
-            build(*(world = std::make_unique<World>()));
+        std::string why;
+        if (!world && (world = std::make_unique<World>())->device.entered() &&
+            serveSyslog(world->mounts, world->syslogd, &why)) {
+            closelog(); // the process id marks the lines as this program's
+            openlog("probe-test", LOG_PID, LOG_USER);
+            orvik_sandbox::NetworkOptions options;
+            options.defaultRoute = false;
+            world->net = std::make_unique<DeviceNetwork>(world->device, options);
+            why = world->net->error();
+            world->onGateway = world->net->gateway.openCapture("gw0");
+            world->onFar = world->net->far.openCapture("far0");
+        }
         if (world->mounts.permissionMissing() || world->device.permissionMissing())
             GTEST_SKIP() << "needs root: " << world->mounts.error() << world->device.error();
-        ASSERT_TRUE(world->net && world->onGateway >= 0 && world->onFar >= 0) << world->problem;
-        ASSERT_TRUE(world->device.ip("neigh flush dev wan0 nud all") &&
-                    silence(world->net->gateway, false) && silence(world->net->far, false));
+        ASSERT_TRUE(world->net && world->net->ready() && world->onGateway >= 0 &&
+                    world->onFar >= 0 && world->device.ip("neigh flush dev wan0 nud all") &&
+                    silence(world->net->gateway, false) && silence(world->net->far, false))
+            << why << world->mounts.error() << world->device.error();
         orvik_sandbox::frames(world->onGateway), orvik_sandbox::frames(world->onFar);
         world->syslogd.drain();
-    }
-    static void build(World& w) {
-        std::string why;
-        if (!w.mounts.entered() || !w.device.entered() || !serveSyslog(w.mounts, w.syslogd, &why)) {
-            w.problem = w.mounts.error() + w.device.error() + why;
-            return;
-        }
-        closelog(); // the process id marks the lines as this program's
-        openlog("probe-test", LOG_PID, LOG_USER);
-        orvik_sandbox::NetworkOptions options;
-        options.defaultRoute = false;
-        auto net = std::make_unique<DeviceNetwork>(w.device, options);
-        w.problem = net->error();
-        w.onGateway = net->gateway.openCapture("gw0");
-        w.onFar = net->far.openCapture("far0");
-        if (net->ready())
-            w.net = std::move(net);
     }
     static void TearDownTestSuite() { world.reset(); }
 

@@ -15,7 +15,6 @@ namespace {
 
 using namespace orvik_test;
 using orvik_sandbox::echoRequests;
-using Lines = std::vector<std::string>;
 
 // '+' rows are found with 02:42:ac:11:00:0b, '-' rows leave the address alone.
 TEST(ArpLineTest, CompleteEntriesOfTheNextHopOnly) {
@@ -51,100 +50,89 @@ TEST(ArpLineTest, CompleteEntriesOfTheNextHopOnly) {
 
 class RawPingEnvTest : public NetEnvTest {
 protected:
-    // rawping; then the lines it logged, each one LOG_ERR line of this process, and how long
-    // it took (in seconds) behind them.
-    static Lines probe(char const* device, char const* host, char const* gateway, int result) {
+    // rawping's result, the lines it logged (each one LOG_ERR line of this process), and
+    // whether it took the five polls of 2.5 s, joined by '|'.
+    static std::string probe(char const* device, char const* host, char const* gateway) {
         auto const start = std::chrono::steady_clock::now();
-        EXPECT_EQ(rawping(device, host, gateway), result) << device << " " << host;
+        std::string text = std::to_string(rawping(device, host, gateway));
         std::chrono::duration<double> const took = std::chrono::steady_clock::now() - start;
-        Lines lines;
         for (Datagram const& datagram : world->syslogd.drain()) {
             orvik_sandbox::SyslogLine const line = orvik_sandbox::parseSyslog(datagram.bytes);
             EXPECT_TRUE(line.priority == LOG_ERR && line.ident == "probe-test" &&
                         line.pid == getpid() && line.raw.back() == '\n')
                 << line.raw;
-            lines.push_back(line.text);
+            text += "|" + line.text;
         }
-        lines.push_back(took.count() > 2.3 ? "(2.5 s)" : "(at once)");
-        return lines;
+        return text + (took.count() > 2.3 ? "|2.5 s" : "");
     }
     static bool knowGateway() {
         return world->device.ip("neigh replace 10.0.0.1 lladdr " +
                                 std::string(orvik_sandbox::kGatewayMac) +
                                 " dev wan0 nud permanent");
     }
-    static Lines sent(std::string const& target) {
-        return {"packet transmitted for " + target + " (48 bytes)",
-                "received no valid reply from " + target};
-    }
 };
 
 // Every refusal is one line, and the caller's texts are its arguments, never its format.
 TEST_F(RawPingEnvTest, RefusalsBeforeAnyPacket) {
     ASSERT_TRUE(world->device.addVethPair("p0-fourteen-ch", "p0-peer")) << world->device.error();
-    struct {
-        char const *device, *target, *gateway, *line;
-    } const rows[] = {
-        {"", "127.0.0.1", nullptr, nullptr},
-        {"lo", "", nullptr, nullptr},
-        {"lo", "%s%n%x", nullptr, "invalid target '%s%n%x'"},
-        {"nosuch0", "10.1.2.3", "%n%n", "can't get interface address of nosuch0: No such device"},
+    char const* const rows[][4] = {
+        {"", "127.0.0.1", nullptr, "0"},
+        {"lo", "", nullptr, "0"},
+        {"lo", "%s%n%x", nullptr, "0|invalid target '%s%n%x'"},
+        {"nosuch0", "10.1.2.3", "%n%n", "0|can't get interface address of nosuch0: No such device"},
         {"p0-fourteen-ch", "10.1.2.3", nullptr,
-         "can't get interface address of p0-fourteen-ch: Cannot assign requested address"},
-        {"lo", "10.1.2.3", "%n%n", "invalid gateway '%n%n'"},
+         "0|can't get interface address of p0-fourteen-ch: Cannot assign requested address"},
+        {"lo", "10.1.2.3", "%n%n", "0|invalid gateway '%n%n'"},
         {"a-name-of-16-ch", "10.1.2.3", nullptr,
-         "can't get interface address of a-name-of-16-ch: No such device"},
-        {"a-name-of-16-chr", "10.1.2.3", nullptr, "device name too long: a-name-of-16-chr"},
+         "0|can't get interface address of a-name-of-16-ch: No such device"},
+        {"a-name-of-16-chr", "10.1.2.3", nullptr, "0|device name too long: a-name-of-16-chr"},
     };
     for (auto const& row : rows)
-        EXPECT_EQ(probe(row.device, row.target, row.gateway, 0),
-                  (row.line ? Lines{row.line, "(at once)"} : Lines{"(at once)"}));
+        EXPECT_EQ(probe(row[0], row[1], row[2]), row[3]);
     EXPECT_EQ(rawping(nullptr, "127.0.0.1", nullptr) + rawping("lo", nullptr, nullptr), 0);
     // The Ethernet path's packet address holds 13 characters of a name.
     ASSERT_TRUE(knowGateway() && world->device.addAddress("p0-fourteen-ch", "10.6.0.1/24"))
         << world->device.error();
-    EXPECT_EQ(probe("p0-fourteen-ch", "192.0.2.1", "10.0.0.1", 0),
-              (Lines{"device name too long: p0-fourteen-ch", "(at once)"}));
+    EXPECT_EQ(probe("p0-fourteen-ch", "192.0.2.1", "10.0.0.1"),
+              "0|device name too long: p0-fourteen-ch");
     EXPECT_TRUE(world->device.remove("p0-fourteen-ch")) << world->device.error();
 }
 
 TEST_F(RawPingEnvTest, IpPathToTheTargetOnWan0) {
     // No gateway, then a gateway on the target's own subnet: both take the IP path.
-    Lines const transmitted = {sent("10.0.0.1")[0], "(at once)"};
-    EXPECT_EQ(probe("wan0", "10.0.0.1", nullptr, 1), transmitted);
-    EXPECT_EQ(probe("wan0", "10.0.0.1", "10.0.0.254", 1), transmitted);
+    EXPECT_EQ(
+        probe("wan0", "10.0.0.1", nullptr) + probe("wan0", "10.0.0.1", "10.0.0.254"),
+        "1|packet transmitted for 10.0.0.1 (48 bytes)1|packet transmitted for 10.0.0.1 (48 bytes)");
     // Each call starts its own sequence at 1; no don't-fragment, fields in host order.
     std::string const pattern =
         "45000030....00004001....0a0000020a0000010800........0100" + std::string(40, '0');
     auto const requests = echoRequests(world->onGateway, 2);
     ASSERT_EQ(requests.size(), 2u);
-    for (Bytes const& request : requests)
-        EXPECT_EQ(hex(request, pattern), pattern);
+    EXPECT_EQ(hex(requests[0], pattern) + hex(requests[1], pattern), pattern + pattern);
     // A silent target, then one off the subnet without a gateway: still the IP path, where
     // the bound socket takes the target for a neighbour on wan0 that never answers.
     ASSERT_TRUE(silence(world->net->gateway, true)) << world->net->gateway.error();
-    Lines const silent = {sent("10.0.0.1")[0], sent("10.0.0.1")[1], "(2.5 s)"};
-    EXPECT_EQ(probe("wan0", "10.0.0.1", nullptr, 0), silent);
-    EXPECT_EQ(probe("wan0", "10.99.0.1", "", 0),
-              (Lines{sent("10.99.0.1")[0], sent("10.99.0.1")[1], "(2.5 s)"}));
+    EXPECT_EQ(
+        probe("wan0", "10.0.0.1", nullptr) + probe("wan0", "10.99.0.1", ""),
+        "0|packet transmitted for 10.0.0.1 (48 bytes)|received no valid reply from 10.0.0.1|2.5 s"
+        "0|packet transmitted for 10.99.0.1 (48 bytes)|received no valid reply from 10.99.0.1|2.5 "
+        "s");
     std::string const raw = readFile("/proc/net/raw"); // nothing is left open: the heading only
     EXPECT_EQ(raw.find('\n'), raw.rfind('\n')) << raw;
 }
 
 TEST_F(RawPingEnvTest, EthernetPathThroughTheGateway) {
-    // The gateway's address is missing: an IP echo to it makes the kernel resolve it first.
-    EXPECT_EQ(probe("wan0", "192.0.2.1", "10.0.0.1", 1), (Lines{sent("10.0.0.1")[0], "(at once)"}));
-    auto const queried = echoRequests(world->onGateway, 2);
-    ASSERT_EQ(queried.size(), 2u);
-    EXPECT_EQ(hex(queried[0]).substr(32, 8), "0a000001");
-    // Known now: the probe alone, which says nothing when it succeeds.
+    // The gateway's address is missing: an IP echo to it makes the kernel resolve it first;
+    // then it is known, and the probe alone goes out, saying nothing when it succeeds.
+    EXPECT_EQ(probe("wan0", "192.0.2.1", "10.0.0.1"),
+              "1|packet transmitted for 10.0.0.1 (48 bytes)");
     ASSERT_TRUE(knowGateway()) << world->device.error();
-    EXPECT_EQ(probe("wan0", "192.0.2.1", "10.0.0.1", 1), Lines{"(at once)"});
-    auto const atGateway = echoRequests(world->onGateway, 1), atFar = echoRequests(world->onFar, 2);
-    ASSERT_TRUE(atGateway.size() == 1 && atFar.size() == 2);
+    EXPECT_EQ(probe("wan0", "192.0.2.1", "10.0.0.1"), "1");
+    auto const atGateway = echoRequests(world->onGateway, 3), atFar = echoRequests(world->onFar, 2);
+    ASSERT_TRUE(atGateway.size() == 3 && atFar.size() == 2);
+    EXPECT_EQ(hex(atGateway[0]).substr(32, 8), "0a000001");
     std::string const pattern = "4500001c000040004001....0a000002c00002010800........0001";
-    for (Bytes const& request : {queried[1], atGateway[0]}) // DF, TTL 64, network order
-        EXPECT_EQ(hex(request, pattern), pattern);
+    EXPECT_EQ(hex(atGateway[1], pattern) + hex(atGateway[2], pattern), pattern + pattern);
     EXPECT_EQ(atFar[1][8], 63); // forwarded once
 }
 
@@ -152,12 +140,12 @@ TEST_F(RawPingEnvTest, EthernetPathFailures) {
     ASSERT_TRUE(knowGateway() && world->device.ip("neigh add 10.0.0.9 dev wan0 nud incomplete") &&
                 silence(world->net->far, true))
         << world->device.error() << world->net->far.error();
-    EXPECT_EQ(probe("wan0", "192.0.2.1", "10.0.0.1", 0), (Lines{sent("192.0.2.1")[1], "(2.5 s)"}));
+    EXPECT_EQ(probe("wan0", "192.0.2.1", "10.0.0.1"),
+              "0|received no valid reply from 192.0.2.1|2.5 s");
     // An incomplete entry is never used: the query exchange runs and finds no answer.
-    Lines query = sent("10.0.0.9");
-    query.push_back("can't resolve HW address for 10.0.0.9 -> send query");
-    query.push_back("(2.5 s)");
-    EXPECT_EQ(probe("wan0", "192.0.2.1", "10.0.0.9", 0), query);
+    EXPECT_EQ(probe("wan0", "192.0.2.1", "10.0.0.9"),
+              "0|packet transmitted for 10.0.0.9 (48 bytes)|received no valid reply from 10.0.0.9|"
+              "can't resolve HW address for 10.0.0.9 -> send query|2.5 s");
     EXPECT_EQ(echoRequests(world->onFar).size(), 1u);
 }
 
@@ -173,7 +161,7 @@ TEST_F(RawPingEnvTest, ArpTableLinesOverTheLimitAreSkippedWhole) {
     ASSERT_TRUE(table.privateDir("/tmp/orvik-net") && writeFile("/tmp/orvik-net/arp", text) &&
                 table.bind("/tmp/orvik-net", "/proc/net"))
         << table.error();
-    EXPECT_EQ(probe("wan0", "192.0.2.1", "10.0.0.1", 1), Lines{"(at once)"});
+    EXPECT_EQ(probe("wan0", "192.0.2.1", "10.0.0.1"), "1");
 }
 
 } // namespace
