@@ -115,8 +115,8 @@ TEST_F(RawPingEnvTest, IpPathToTheTargetOnWan0) {
     EXPECT_EQ(
         probe("wan0", "10.0.0.1", nullptr) + probe("wan0", "10.99.0.1", ""),
         "0|packet transmitted for 10.0.0.1 (48 bytes)|received no valid reply from 10.0.0.1|2.5 s"
-        "0|packet transmitted for 10.99.0.1 (48 bytes)|received no valid reply from 10.99.0.1|2.5 "
-        "s");
+        "0|packet transmitted for 10.99.0.1 (48 bytes)|received no valid reply from 10.99.0.1"
+        "|2.5 s");
     std::string const raw = readFile("/proc/net/raw"); // nothing is left open: the heading only
     EXPECT_EQ(raw.find('\n'), raw.rfind('\n')) << raw;
 }
