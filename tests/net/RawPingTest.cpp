@@ -21,10 +21,8 @@ TEST(ArpLineTest, CompleteEntriesOfTheNextHopOnly) {
     std::string const field63(62, '0');
     std::string const rows[] = {
         "+10.0.0.1     0x1  0x2  02:42:ac:11:00:0b  *  eth0\n",
-        "+10.0.0.1 0x1 0x6 02:42:ac:11:00:0bb * eth0", // permanent; two digits an octet
-        "+10.0.0.1 0x1 0x2 02:42:ac:11:00:b",          // cut at its end, whatever the last one left
-        "+10.0.0.1\t0x1\t2\t2:42:AC:11:0:b",           // decimal flags
-        "+10.0.0.12 0x1 0x2 02:42:ac:11:00:0b",        // searched by the next hop's length
+        "+10.0.0.1\t0x1\t2\t2:42:AC:11:0:b",    // decimal flags
+        "+10.0.0.12 0x1 0x2 02:42:ac:11:00:0b", // searched by the next hop's length
         "+10.0.0.1 0x1 " + field63 + "2 02:42:ac:11:00:0b",
         "-10.0.0.1 0x1 0" + field63 + "2 02:42:ac:11:00:0b", // refused whole, not split
         "-10.0.0.1 0x1 0x0 00:00:00:00:00:00 * eth0",        // incomplete
@@ -42,10 +40,16 @@ TEST(ArpLineTest, CompleteEntriesOfTheNextHopOnly) {
         EXPECT_EQ(hex(hw), found ? "0242ac11000b" : "090909090909") << row;
         EXPECT_EQ(found, row[0] == '+') << row;
     }
-    unsigned char hw[6];
+    // A field is cut where it ends, whatever the line before left behind it; two digits an octet.
+    Bytes hw(6);
+    EXPECT_TRUE(orvik::detail::arpLineHardwareAddress("10.0.0.1 0x1 0x6 02:42:ac:11:00:0bb",
+                                                      "10.0.0.1", hw.data()) &&
+                orvik::detail::arpLineHardwareAddress("10.0.0.1 0x1 0x2 02:42:ac:11:00:b",
+                                                      "10.0.0.1", hw.data()));
+    EXPECT_EQ(hex(hw), "0242ac11000b");
     EXPECT_FALSE(
-        orvik::detail::arpLineHardwareAddress(nullptr, "10.0.0.1", hw) ||
-        orvik::detail::arpLineHardwareAddress("10.0.0.1 0x1 0x2 2:0:0:0:0:1", nullptr, hw));
+        orvik::detail::arpLineHardwareAddress(nullptr, "10.0.0.1", hw.data()) ||
+        orvik::detail::arpLineHardwareAddress("10.0.0.1 0x1 0x2 2:0:0:0:0:1", nullptr, hw.data()));
 }
 
 class RawPingEnvTest : public NetEnvTest {
