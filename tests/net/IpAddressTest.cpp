@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -26,18 +25,25 @@ uint32_t maskOf(int size) { return uint32_t(~uint64_t{0} << (32 - size)); }
 bool isRun(uint32_t w) { return (~w & (~w + 1)) == 0; } // ~w is 0...01...1
 unsigned long leadingOnes(uint32_t w) { return ~w == 0 ? 32 : unsigned(__builtin_clz(~w)); }
 
-// The grammar as a regular expression of the numbers in range.
+// The grammar read another way: split at the '/' and the dots, each piece a whole number
+// in range without a leading zero.
+bool number(std::string const& piece, int maximum, int& value) {
+    return !piece.empty() && piece.size() <= 3 && (piece.size() == 1 || piece[0] != '0') &&
+           piece.find_first_not_of("0123456789") == std::string::npos &&
+           (value = std::stoi(piece)) <= maximum;
+}
+
 bool referenceParse(std::string const& t, uint32_t& word, int& prefix) {
-    std::string const n = "(25[0-5]|2[0-4][0-9]|1[0-9][0-9]|[1-9]?[0-9])";
-    static std::regex const grammar(n + "\\." + n + "\\." + n + "\\." + n +
-                                    "(/(3[0-2]|[12]?[0-9]))?");
-    std::smatch m;
-    if (!std::regex_match(t, m, grammar))
-        return false;
-    for (std::size_t i = 1; i <= 4; ++i)
-        word = word << 8 | uint32_t(std::stoi(m[i]));
-    prefix = m[6].matched ? std::stoi(m[6]) : -1;
-    return true;
+    std::size_t const slash = t.find('/');
+    std::string quad = t.substr(0, slash) + '.';
+    for (int i = 0, octet = 0; i < 4; ++i, quad.erase(0, quad.find('.') + 1)) {
+        if (quad.find('.') == std::string::npos ||
+            !number(quad.substr(0, quad.find('.')), 255, octet))
+            return false;
+        word = word << 8 | uint32_t(octet);
+    }
+    return quad.empty() && (slash == std::string::npos ||
+                            (t.size() - slash <= 3 && number(t.substr(slash + 1), 32, prefix)));
 }
 
 // Both text setters and the text constructors on t; a refused text changes nothing.
