@@ -9,7 +9,7 @@
 # and exits non-zero on any error. Skipped, because they cannot run usefully under valgrind:
 #   *.MessagesOf2To29BytesAndMoreCountIntoTheHighWord  (MD5 and SHA-1) hash 2^29 bytes each,
 #       minutes under valgrind, and touch no heap memory
-#   *EnvTest*, DefaultIpAddressTest                              the kernel-facing tests: their
+#   *EnvTest*  the kernel-facing tests: their
 #       namespaces, raw sockets and forked children test the kernel, not the heap, and their
 #       deadlines are not meant for a 30-times slower process
 set -u
@@ -22,7 +22,7 @@ if [ ! -x "$tree/tests/text/orvik_text_tests" ]; then
         cmake --build "$tree" -j2 >>"$tree.build.log" 2>&1 || { tail -20 "$tree.build.log"; exit 1; }
 fi
 
-skip='-*.MessagesOf2To29BytesAndMoreCountIntoTheHighWord:*EnvTest*:DefaultIpAddressTest*'
+skip='-*.MessagesOf2To29BytesAndMoreCountIntoTheHighWord:*EnvTest*'
 # The programs bring their own nothrow operator new (for the allocation failures): valgrind
 # must take over only the C library's malloc, never theirs.
 vg="valgrind --tool=memcheck --soname-synonyms=somalloc=nouserintercepts --error-exitcode=99 --leak-check=full --show-leak-kinds=definite,indirect --errors-for-leak-kinds=definite,indirect --track-origins=yes --quiet"

@@ -1,309 +1,194 @@
-// IpAddress against an independent reading of the address grammar (splitting the text)
-// and of the classification (host and network numbers in 64-bit arithmetic).
+// IpAddress against independent readings: the address grammar by splitting the text, masks
+// by bit tricks, the classification by host and network numbers in 64-bit arithmetic; and
+// GET_DEFAULT_IP_ADDRESS in network namespaces whose interfaces the test makes.
 #include <orvik_utilities/net/IpAddress.h>
+
+#include "support/Sandbox.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
-#include <cstring>
-#include <random>
 #include <string>
+#include <vector>
 
 namespace {
 
-std::string text(String const& s) { return std::string(s.buffer(), std::size_t(s.length())); }
-
-std::string dotted(IpAddress const& ip) {
-    String s("junk");
-    return text(ip.getIpAddrAsString(s));
+// Address, network and mask as the object prints them.
+std::string printed(IpAddress const& ip) {
+    String a("junk"), n, m;
+    return std::string(ip.getIpAddrAsString(a).buffer()) + " " +
+           ip.getNetAddressAsString(n).buffer() + " " + ip.getNetMaskAsString(m).buffer();
 }
 
-IpAddress parsed(char const* t) {
-    IpAddress ip;
-    EXPECT_EQ(ip.setIpAddrAsString(t), 0) << t;
-    return ip;
-}
+uint32_t maskOf(int size) { return uint32_t(~uint64_t{0} << (32 - size)); }
+bool isRun(uint32_t w) { return (~w & (~w + 1)) == 0; } // ~w is 0...01...1
+unsigned long leadingOnes(uint32_t w) { return ~w == 0 ? 32 : unsigned(__builtin_clz(~w)); }
 
-TEST(IpAddressTest, EmptyStateAnswersNothing) {
-    IpAddress const empty;
-    String s("x");
-    EXPECT_EQ(text(empty.getIpAddrAsString(s)), "");
-    EXPECT_EQ(text(empty.getNetAddressAsString(s)), "");
-    EXPECT_EQ(text(empty.getNetMaskAsString(s)), "");
-    EXPECT_TRUE(empty.isEmpty());
-    EXPECT_TRUE(empty == IpAddress::EMPTY());
-    EXPECT_EQ(&IpAddress::EMPTY(), &IpAddress::EMPTY());
-    unsigned long size = 99;
-    EXPECT_EQ(empty.getNetMaskSize(size), 0u);
-    EXPECT_EQ(empty.getNetMaskSize(), 0u);
-    EXPECT_FALSE(empty.isMaskValid(size));
-    EXPECT_EQ(size, 0u);
-    EXPECT_EQ(empty.getV4NetMaskAsBinaryUInt32(), 0xFFFFFFFFu);
-    EXPECT_FALSE(empty.isV4ClassA() || empty.isV4ClassABC() || empty.isLoopback() ||
-                 empty.isDefGwType() || empty.isNetType() || empty.isValidAddress() ||
-                 empty.contains(parsed("0.0.0.0")));
-    IpAddress masked;
-    EXPECT_EQ(masked.setNetMaskSize(8), -1);
-    EXPECT_TRUE(masked.isEmpty());
-}
-
-TEST(IpAddressTest, ParsesAddressesWithAndWithoutPrefix) {
-    IpAddress ip;
-    ASSERT_EQ(ip.setIpAddrAsString("192.168.1.1"), 0);
-    EXPECT_EQ(ip.getV4IpAddrAsBinaryUInt32(), 0xC0A80101u);
-    EXPECT_EQ(ip.getV4NetMaskAsBinaryUInt32(), 0xFFFFFFFFu);
-    EXPECT_EQ(ip.getNetMaskSize(), 32u);
-    ASSERT_EQ(ip.setIpAddrAsString("192.168.1.1/24"), 0);
-    String s;
-    EXPECT_EQ(text(ip.getNetAddressAsString(s)), "192.168.1.0");
-    EXPECT_EQ(text(ip.getNetMaskAsString(s)), "255.255.255.0");
-    EXPECT_EQ(dotted(ip), "192.168.1.1");
-    unsigned long word = 0;
-    EXPECT_EQ(ip.getV4NetAddrAsBinaryUInt32(word), 0xC0A80100u);
-    EXPECT_EQ(&ip.getV4NetMaskAsBinaryUInt32(word), &word);
-    EXPECT_EQ(word, 0xFFFFFF00u);
-    EXPECT_EQ(ip.getV4IpAddrAsBinaryUInt32(word), 0xC0A80101u);
-
-    ASSERT_EQ(ip.setIpAddrAsString("10.0.0.1/8"), 0);
-    ASSERT_EQ(ip.setIpAddrAsString("10.0.0.2"), 0);
-    EXPECT_EQ(text(ip.getNetMaskAsString(s)), "255.0.0.0");
-    EXPECT_EQ(IpAddress(String("1.2.3.4/9")).getNetMaskSize(), 9u);
-}
-
-TEST(IpAddressTest, RefusedTextsChangeNothing) {
-    IpAddress ip(String("10.1.2.3/16"));
-    IpAddress const before(ip);
-    for (char const* bad :
-         {"1.2.3.4/33", "256.1.1.1", "01.2.3.4", "1.2.3", "1.2.3.4 ", " 1.2.3.4", "1.2.3.4/",
-          "1.2.3.4/08", "1.2.3.4/24x", "1000.1.1.1", "1.2.3.4.5", "+1.2.3.4", "1.-2.3.4", "1..2.3",
-          "", "1.2.3.4/100", "1.2.3.4//8", "a.b.c.d", "1.2.3.4/3 2"})
-        EXPECT_EQ(ip.setIpAddrAsString(bad), -1) << bad;
-    // A NUL byte inside the String is not its end.
-    EXPECT_EQ(ip.setIpAddrAsString(String("1.2.3.4").concat("\0", 1)), -1);
-    EXPECT_EQ(ip.setNetMaskAsString("255.0.255.0"), -1);
-    EXPECT_EQ(ip.setNetMaskAsString("255.255.0.0/16"), -1);
-    EXPECT_EQ(ip.setNetMaskAsString("255.255.0.0 "), -1);
-    EXPECT_EQ(ip.setV4NetMaskAsBinaryUInt32(0xFFFF00FFu), -1);
-    EXPECT_EQ(ip.setNetMaskSize(33), -1);
-    EXPECT_TRUE(ip == before);
-    EXPECT_TRUE(IpAddress(String("1.2.3")).isEmpty());
-    EXPECT_TRUE(IpAddress(String("1.2.3.4"), String("255.0.255.0")).isEmpty());
-    EXPECT_TRUE(IpAddress(String("1.2.3"), String("255.0.0.0")).isEmpty());
-    EXPECT_TRUE(IpAddress(0x01020304u, 0x00FF0000u).isEmpty());
-}
-
-TEST(IpAddressTest, MasksAreRunsOfLeadingOnes) {
-    for (uint32_t size = 0; size <= 32; ++size) {
-        uint32_t const mask = size == 0 ? 0 : uint32_t(0xFFFFFFFFull << (32 - size));
-        unsigned long got = 99;
-        EXPECT_TRUE(IpAddress::s_isV4MaskValid(mask, got)) << size;
-        EXPECT_EQ(got, size);
-        // One stray bit below the run, or one hole in it, spoils it; the count stays.
-        if (size < 31) {
-            EXPECT_FALSE(IpAddress::s_isV4MaskValid(mask | 1u, got)) << size;
-            EXPECT_EQ(got, size);
-        }
-        if (size > 1) {
-            EXPECT_FALSE(IpAddress::s_isV4MaskValid(mask & ~(1u << (33 - size)), got));
-            EXPECT_EQ(got, size - 2);
-        }
-        IpAddress ip(0x0A000001u, 0);
-        ASSERT_EQ(ip.setNetMaskSize(size), 0);
-        EXPECT_EQ(ip.getV4NetMaskAsBinaryUInt32(), mask);
-        EXPECT_EQ(ip.getNetMaskSize(), size);
-        EXPECT_TRUE(ip.isMaskValid(got));
-        EXPECT_EQ(got, size);
-    }
-    IpAddress ip;
-    EXPECT_EQ(ip.setNetMaskAsString("255.255.255.0"), 0);
-    EXPECT_EQ(dotted(ip), "0.0.0.0");
-    EXPECT_EQ(ip.getNetMaskSize(), 24u);
-}
-
-TEST(IpAddressTest, WordsCarryTheDevicesThirtyTwoBits) {
-    IpAddress ip;
-    EXPECT_EQ(ip.setV4IpAddrAsBinaryUInt32(0x7F000001u), 0);
-    EXPECT_EQ(dotted(ip), "127.0.0.1");
-    EXPECT_EQ(ip.getNetMaskSize(), 32u);
-    EXPECT_EQ(ip.setV4NetMaskAsBinaryUInt32(0xFFFF0000u), 0);
-    EXPECT_EQ(ip.getV4NetAddrAsBinaryUInt32(), 0x7F000000u);
-    if (sizeof(unsigned long) > 4) {
-        unsigned long const high = static_cast<unsigned long>(uint64_t{1} << 32 | 0xC0A80001u);
-        EXPECT_EQ(ip.setV4IpAddrAsBinaryUInt32(high), 0);
-        EXPECT_EQ(dotted(ip), "192.168.0.1");
-        EXPECT_EQ(ip.setNetMaskSize(static_cast<unsigned long>((uint64_t{1} << 32) + 8)), -1);
-    }
-    IpAddress const a(0x0A000001u, 0xFF000000u);
-    EXPECT_EQ(IpAddress(a).getV4IpAddrAsBinaryUInt32(), 0x0A000001u);
-    IpAddress b;
-    b = a;
-    b = b;
-    EXPECT_TRUE(b == a && !(b != a));
-    EXPECT_TRUE(IpAddress(0x0A000001u, 0xFFFFFF00u) != a);
-    EXPECT_TRUE(IpAddress(0x0A000002u, 0xFF000000u) != a);
-    b.init();
-    EXPECT_TRUE(b.isEmpty());
-    EXPECT_EQ(IpAddress::ipv4Loopback, 0x7F000001u);
-    EXPECT_EQ(IpAddress::ipv4McGrpAllRouters, 0xE0000002u);
-}
-
-TEST(IpAddressTest, IPv6EntryPointsAnswerFixedValues) {
-    IpAddress ip(String("1.2.3.4/8"));
-    IpAddress const before(ip);
-    unsigned char bytes[16];
-    std::memset(bytes, 0xAB, sizeof bytes);
-    EXPECT_EQ(ip.getV6IpAddrAsBinaryString(bytes), bytes);
-    EXPECT_EQ(ip.getV6NetAddrAsBinaryString(bytes), bytes);
-    EXPECT_EQ(ip.getV6NetMaskAsBinaryString(bytes), bytes);
-    EXPECT_EQ(bytes[0], 0xAB);
-    EXPECT_EQ(bytes[15], 0xAB);
-    EXPECT_EQ(ip.setV6IpAddrAsBinaryString(bytes), -1);
-    EXPECT_EQ(ip.setV6NetMaskAsBinaryString(bytes), -1);
-    EXPECT_FALSE(IpAddress::s_isV6MaskValid("ffff::", 64));
-    EXPECT_TRUE(ip == before);
-}
-
-// The grammar read another way: split at the first '/' and at every '.', then judge each
-// piece as a whole number with the digit rules.
-bool referenceNumber(std::string const& piece, std::size_t maxDigits, int maximum, int& value) {
-    if (piece.empty() || piece.size() > maxDigits || (piece.size() > 1 && piece[0] == '0'))
-        return false;
-    for (char c : piece)
-        if (c < '0' || c > '9')
-            return false;
-    value = std::stoi(piece);
-    return value <= maximum;
+// The grammar read another way: split at the '/' and the dots, each piece a whole number
+// in range without a leading zero.
+bool number(std::string const& piece, int maximum, int& value) {
+    return !piece.empty() && piece.size() <= 3 && (piece.size() == 1 || piece[0] != '0') &&
+           piece.find_first_not_of("0123456789") == std::string::npos &&
+           (value = std::stoi(piece)) <= maximum;
 }
 
 bool referenceParse(std::string const& t, uint32_t& word, int& prefix) {
     std::size_t const slash = t.find('/');
-    prefix = -1;
-    if (slash != std::string::npos && !referenceNumber(t.substr(slash + 1), 2, 32, prefix))
-        return false;
-    std::string const quad = t.substr(0, slash);
-    uint32_t w = 0;
-    std::size_t from = 0;
-    for (int i = 0; i < 4; ++i) {
-        std::size_t const dot = i < 3 ? quad.find('.', from) : quad.size();
-        int octet = 0;
-        if (dot == std::string::npos ||
-            !referenceNumber(quad.substr(from, dot - from), 3, 255, octet))
+    std::string quad = t.substr(0, slash) + '.';
+    for (int i = 0, octet = 0; i < 4; ++i, quad.erase(0, quad.find('.') + 1)) {
+        if (quad.find('.') == std::string::npos ||
+            !number(quad.substr(0, quad.find('.')), 255, octet))
             return false;
-        w = w << 8 | uint32_t(octet);
-        from = dot + 1;
+        word = word << 8 | uint32_t(octet);
     }
-    word = w;
-    return true;
+    return quad.empty() && (slash == std::string::npos ||
+                            (t.size() - slash <= 3 && number(t.substr(slash + 1), 32, prefix)));
 }
 
-TEST(IpAddressTest, AgreesWithAReferenceGrammarOnRandomTexts) {
-    std::mt19937 rng(5);
-    char const alphabet[] = "0123456789..../ +-x\0";
-    char const* seeds[] = {"10.0.0.1", "192.168.100.254/24", "0.0.0.0/0", "255.255.255.255"};
-    int accepted = 0;
-    for (int i = 0; i < 20000; ++i) {
-        std::string t;
-        if (i % 2) {
-            for (auto n = rng() % 20; n > 0; --n)
-                t += alphabet[rng() % (sizeof alphabet - 1)];
-        } else {
-            t = seeds[rng() % 4];
-            for (auto k = rng() % 3; k > 0; --k) {
-                auto const at = rng() % (t.size() + 1);
-                char const c = alphabet[rng() % (sizeof alphabet - 1)];
-                if (rng() % 2 && at < t.size())
-                    t[at] = c;
-                else
-                    t.insert(at, 1, c);
-            }
-        }
-        IpAddress ip(0x01020304u, 0xFFFF0000u);
-        IpAddress const before(ip);
-        uint32_t word = 0;
-        int prefix = -1;
-        bool const ok = referenceParse(t, word, prefix);
-        String s;
-        s.concat(t.data(), long(t.size()));
-        ASSERT_EQ(ip.setIpAddrAsString(s), ok ? 0 : -1) << t;
-        if (!ok) {
-            ASSERT_TRUE(ip == before) << t;
-            continue;
-        }
-        ++accepted;
-        ASSERT_EQ(ip.getV4IpAddrAsBinaryUInt32(), word) << t;
-        ASSERT_EQ(ip.getNetMaskSize(), prefix < 0 ? 16u : unsigned(prefix)) << t;
-        // The mask reader takes the same quads, without a prefix, when they form a mask.
-        unsigned long size = 0;
-        bool const mask = prefix < 0 && IpAddress::s_isV4MaskValid(word, size);
-        IpAddress m;
-        ASSERT_EQ(m.setNetMaskAsString(s), mask ? 0 : -1) << t;
+// Both text setters and the text constructors on t; a refused text changes nothing.
+void checkText(std::string const& t) {
+    SCOPED_TRACE(t);
+    String s;
+    s.concat(t.data(), long(t.size()));
+    uint32_t word = 0;
+    int prefix = -1;
+    bool const ok = referenceParse(t, word, prefix);
+    bool const mask = ok && prefix < 0 && isRun(word);
+    IpAddress ip(0x01020304u, 0xFFFF0000u), m(ip);
+    ASSERT_EQ(ip.setIpAddrAsString(s), ok ? 0 : -1);
+    EXPECT_TRUE(ip == (ok ? IpAddress(word, prefix < 0 ? 0xFFFF0000u : maskOf(prefix)) : m));
+    ASSERT_EQ(m.setNetMaskAsString(s), mask ? 0 : -1);
+    EXPECT_EQ(m.getV4NetMaskAsBinaryUInt32(), mask ? word : 0xFFFF0000u);
+    EXPECT_EQ(IpAddress(s).isEmpty(), !ok);
+    EXPECT_EQ(IpAddress(s, String("255.0.0.0")).isEmpty(), !ok);
+    EXPECT_EQ(IpAddress(String("10.0.0.1"), s).isEmpty(), !mask);
+}
+
+TEST(IpAddressTest, TextsAgreeWithAReferenceGrammar) {
+    std::string const edges = "192.168.1.1|192.168.1.1/24|0.0.0.0/0|255.255.255.255/32|255.0.0.0|"
+                              "1.2.3.4/33|256.1.1.1|01.2.3.4|1.2.3|1.2.3.4 | 1.2.3.4|1.2.3.4/|"
+                              "1.2.3.4/08|1.2.3.4/24x|1000.1.1.1|1.2.3.4.5|+1.2.3.4|1.-2.3.4|"
+                              "1..2.3||1.2.3.4/100|1.2.3.4//8|a.b.c.d|255.255.0.0/16|10.0.0.1/9";
+    for (std::size_t from = 0, bar = 0; bar != std::string::npos; from = bar + 1)
+        checkText(edges.substr(from, (bar = edges.find('|', from)) - from));
+    checkText(std::string("1.2.3.4\0", 8)); // a NUL byte inside the String is not its end
+    // Every text one edit away from these: a character put in or replaced anywhere.
+    for (std::string t : {"10.0.0.1", "192.168.100.254/24", "0.0.0.0/0", "255.255.255.0"})
+        for (std::size_t at = 0; at <= t.size(); ++at)
+            for (char c : std::string("0123456789./ +-x\0", 17))
+                checkText(t.substr(0, at) + c + t.substr(at)),
+                    checkText(t.substr(0, at) + c + t.substr(std::min(at + 1, t.size())));
+}
+
+// Every run of leading ones, and each with every bit flipped in turn, against bit tricks.
+TEST(IpAddressTest, MasksAreRunsOfLeadingOnes) {
+    for (int i = 0; i < 33 * 33; ++i) {
+        uint32_t const w = maskOf(i / 33) ^ (i % 33 == 32 ? 0 : 1u << i % 33);
+        unsigned long size = 99, held = 99;
+        IpAddress ip(0x0A000001u, 0);
+        ASSERT_EQ(ip.setV4NetMaskAsBinaryUInt32(w | ~0xFFFFFFFFul), isRun(w) ? 0 : -1);
+        EXPECT_TRUE(IpAddress::s_isV4MaskValid(w, size) == isRun(w) && size == leadingOnes(w) &&
+                    ip.isMaskValid(held) && held == ip.getNetMaskSize() &&
+                    held == (isRun(w) ? size : 0) && IpAddress(1, w).isEmpty() == !isRun(w))
+            << std::hex << w;
     }
-    EXPECT_GT(accepted, 2000);
 }
 
 // Classification from host and network numbers: with prefix L, n = A >> (32 - L) is the
 // network number and h the remaining bits; routes and interfaces need 2 <= L <= 30, a
 // unicast class, a first octet and a network number neither 0 nor all ones.
-struct Expected {
-    bool net, iface, dirBc, host;
-};
-
-Expected classify(uint32_t a, int len) {
-    uint64_t const hostSpan = uint64_t{1} << (32 - len);
-    uint64_t const h = a % hostSpan;
-    uint64_t const n = a / hostSpan;
-    bool const transit = len >= 2 && len <= 30 && a < 0xE0000000u && a >= 0x01000000u && n != 0 &&
-                         n != (uint64_t{1} << len) - 1;
-    Expected e;
-    e.net = (transit && h == 0) || (a == 0 && len == 0);
-    e.iface = transit && h != 0 && h != hostSpan - 1;
-    e.dirBc = transit && h == hostSpan - 1;
-    e.host = len == 32 && a >= 0x01000000u && a < 0xE0000000u;
-    return e;
-}
-
 TEST(IpAddressTest, ClassifiesAGridOfAddressesAndPrefixes) {
-    uint32_t const addresses[] = {0,          1,          0x00FFFFFF, 0x01000000, 0x0A000000,
-                                  0x0A000005, 0x0AFFFFFF, 0x40000000, 0x7F000001, 0x7FFFFFFF,
-                                  0x80000000, 0xBFFFFFFF, 0xC0000000, 0xC0A80100, 0xC0A801FF,
-                                  0xC0A80177, 0xDFFFFFFF, 0xE0000000, 0xE00000FF, 0xE0000100,
-                                  0xEFFFFFFF, 0xF0000000, 0xFFFFFFFE, 0xFFFFFFFF, 0x12345678};
-    for (uint32_t a : addresses) {
+    for (uint32_t a :
+         {0u,          1u,          0x00FFFFFFu, 0x01000000u, 0x0A000000u, 0x0A000005u, 0x0AFFFFFFu,
+          0x40000000u, 0x7F000001u, 0x7FFFFFFFu, 0x80000000u, 0xBFFFFFFFu, 0xC0000000u, 0xC0A80100u,
+          0xC0A801FFu, 0xC0A80177u, 0xDFFFFFFFu, 0xE0000000u, 0xE00000FFu, 0xE0000100u, 0xEFFFFFFFu,
+          0xF0000000u, 0xFFFFFFFEu, 0xFFFFFFFFu, 0x12345678u}) {
         for (int len = 0; len <= 32; ++len) {
             IpAddress ip(a, 0xFFFFFFFFu);
             ASSERT_EQ(ip.setNetMaskSize(unsigned(len)), 0);
-            Expected const e = classify(a, len);
-            SCOPED_TRACE(testing::Message() << std::hex << a << "/" << std::dec << len);
-            EXPECT_EQ(ip.isNetType(), e.net);
-            EXPECT_EQ(ip.isIfaceType(), e.iface);
-            EXPECT_EQ(ip.isDirBcType(), e.dirBc);
-            EXPECT_EQ(ip.isHostType(), e.host);
-            EXPECT_EQ(ip.isDefGwType(), a == 0 && len == 0);
-            EXPECT_EQ(ip.isLimBcType(), a == 0xFFFFFFFFu);
-            EXPECT_EQ(ip.isValidAddress(),
-                      e.net || e.iface || e.dirBc || e.host || a == 0xFFFFFFFFu);
-            int const top = int(a >> 28);
-            EXPECT_EQ(ip.isV4ClassA(), top < 8);
-            EXPECT_EQ(ip.isV4ClassB(), top >= 8 && top < 12);
-            EXPECT_EQ(ip.isV4ClassC(), top >= 12 && top < 14);
-            EXPECT_EQ(ip.isV4ClassD(), top == 14);
-            EXPECT_EQ(ip.isV4ClassE(), top == 15);
-            EXPECT_EQ(ip.isV4ClassABC(), top < 14);
-            EXPECT_EQ(ip.isLoopback(), a >> 24 == 127);
-            EXPECT_EQ(ip.isLocalGroup(), a >> 8 == 0xE00000);
+            uint64_t const span = uint64_t{1} << (32 - len), h = a % span, n = a / span;
+            bool const transit = len >= 2 && len <= 30 && a < 0xE0000000u && a >= 0x01000000u &&
+                                 n != 0 && n != (uint64_t{1} << len) - 1;
+            bool const net = (transit && h == 0) || (a == 0 && len == 0);
+            bool const iface = transit && h != 0 && h != span - 1, dirBc = transit && h == span - 1;
+            bool const host = len == 32 && a >= 0x01000000u && a < 0xE0000000u;
+            bool const limBc = a == 0xFFFFFFFFu, classA = a < 0x80000000u;
+            bool const classB = (a >> 30) == 2, classC = (a >> 29) == 6, classD = (a >> 28) == 14;
+            // Another address is inside when it agrees on this mask's bits, whatever its own.
+            EXPECT_EQ(
+                std::vector<bool>({ip.isNetType(), ip.isIfaceType(), ip.isDirBcType(),
+                                   ip.isHostType(), ip.isDefGwType(), ip.isLimBcType(),
+                                   ip.isValidAddress(), ip.isV4ClassA(), ip.isV4ClassB(),
+                                   ip.isV4ClassC(), ip.isV4ClassD(), ip.isV4ClassE(),
+                                   ip.isV4ClassABC(), ip.isLoopback(), ip.isLocalGroup(),
+                                   ip.contains(IpAddress(a ^ ~maskOf(len), 0)),
+                                   ip.contains(IpAddress(a ^ 0x80000000u, 0)),
+                                   ip.getV4NetMaskAsBinaryUInt32() == maskOf(len)}),
+                std::vector<bool>({net, iface, dirBc, host, a == 0 && len == 0, limBc,
+                                   net || iface || dirBc || host || limBc, classA, classB, classC,
+                                   classD, a >= 0xF0000000u, a < 0xE0000000u, (a >> 24) == 127,
+                                   (a >> 8) == 0xE00000, true, len == 0, true}))
+                << std::hex << a << "/" << std::dec << len;
         }
     }
 }
 
-TEST(IpAddressTest, ContainsUsesThisMaskOnly) {
-    IpAddress const net = parsed("192.168.1.0/24");
-    EXPECT_TRUE(net.contains(parsed("192.168.1.77/8")));
-    EXPECT_TRUE(net.contains(parsed("192.168.1.255")));
-    EXPECT_FALSE(net.contains(parsed("192.168.2.1/24")));
-    IpAddress other;
-    EXPECT_TRUE(parsed("0.0.0.0/0").contains(other)); // the other's version is not looked at
-    EXPECT_FALSE(IpAddress().contains(IpAddress()));
-    EXPECT_FALSE(parsed("10.0.0.1").contains(parsed("10.0.0.2")));
+// The empty value answers nothing; copies are equal; the IPv6 entry points touch nothing.
+TEST(IpAddressTest, EmptyAndCopiesAreValues) {
+    IpAddress const a(0x0A000001u, 0xFF000000u), &empty = IpAddress::EMPTY();
+    IpAddress b(a);
+    unsigned long size = 99, word = 0;
+    unsigned char bytes[16] = {0xAB};
+    EXPECT_TRUE(empty.isEmpty() && &empty == &IpAddress::EMPTY() && !empty.isMaskValid(size) &&
+                empty.getNetMaskSize(size) == 0 && size == 0 && printed(empty) == "  " &&
+                IpAddress(String("0.0.0.0/0")).contains(empty)); // its version is not read
+    b = b;
+    EXPECT_TRUE(b == a && !(b != a) && IpAddress(0x0A000002u, 0xFF000000u) != a &&
+                &a.getV4IpAddrAsBinaryUInt32(word) == &word && word == 0x0A000001u &&
+                a.getV4NetAddrAsBinaryUInt32(word) == 0x0A000000u && word == 0x0A000000u &&
+                a.getV4NetMaskAsBinaryUInt32(word) == 0xFF000000u && word == 0xFF000000u &&
+                a.getNetMaskSize(word) == 8 && word == 8 &&
+                a.getV4NetAddrAsBinaryUInt32() == 0x0A000000u &&
+                b.getV6IpAddrAsBinaryString(bytes) == bytes &&
+                b.getV6NetAddrAsBinaryString(bytes) == bytes &&
+                b.getV6NetMaskAsBinaryString(bytes) == bytes && bytes[0] == 0xAB &&
+                !IpAddress::s_isV6MaskValid("", 0) && b.setV6IpAddrAsBinaryString(bytes) == -1 &&
+                b.setV6NetMaskAsBinaryString(bytes) == -1 && b == a);
+    // A word is taken by its low 32 bits, a prefix length whole.
+    EXPECT_TRUE(b.setNetMaskSize(33) == -1 &&
+                b.setNetMaskSize(sizeof(long) > 4 ? ~0xFFFFFFFFul + 8 : 33) == -1 &&
+                b.setV4IpAddrAsBinaryUInt32(~0xFFFFFFFFul | 0xC0A80001u) == 0 &&
+                printed(b) == "192.168.0.1 192.0.0.0 255.0.0.0");
+    b.init();
+    EXPECT_TRUE(b.isEmpty() && b.setNetMaskSize(8) == -1 &&
+                b.setNetMaskAsString("255.255.255.0") == 0 &&
+                printed(b) == "0.0.0.0 0.0.0.0 255.255.255.0");
+}
+
+// The highest-indexed interface with an address wins, up or down, and the scan stops at the
+// first index that names no interface; the mask is never touched.
+TEST(IpAddressEnvTest, DefaultAddressScansInterfacesByIndex) {
+    ORVIK_ENTER_NETWORK_NAMESPACE(ns);
+    auto scan = [](IpAddress ip) {
+        GET_DEFAULT_IP_ADDRESS(ip);
+        return printed(ip);
+    };
+    EXPECT_EQ(scan(IpAddress()), "127.0.0.1 127.0.0.1 255.255.255.255"); // lo: no address
+    IpAddress const start(0x09090909u, 0xFFF00000u);
+    ASSERT_TRUE(ns.ip("link add i2 index 2 type veth peer name i3 index 3") &&
+                ns.ip("link add i5 index 5 type veth peer name i4 index 4"))
+        << ns.error();
+    EXPECT_EQ(scan(start), "127.0.0.1 127.0.0.0 255.240.0.0");
+    ASSERT_TRUE(ns.setUp("lo") && ns.addAddress("i2", "10.1.0.1/24") &&
+                ns.addAddress("i3", "172.16.5.9/16"))
+        << ns.error();
+    EXPECT_EQ(scan(start), "172.16.5.9 172.16.0.0 255.240.0.0");
+    ASSERT_TRUE(ns.addAddress("i5", "192.168.77.2/24") &&
+                ns.ip("link add i7 index 7 type veth peer name i8 index 8") &&
+                ns.addAddress("i7", "10.9.9.9/8")) // after the gap at 6
+        << ns.error();
+    EXPECT_EQ(scan(start), "192.168.77.2 192.160.0.0 255.240.0.0");
 }
 
 } // namespace
