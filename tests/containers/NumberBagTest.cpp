@@ -14,41 +14,32 @@ namespace {
 TEST(NumberBagTest, SeededScriptsAgreeWithTheModel) {
     std::mt19937 random(17u);
     std::vector<uint8_t> bytes(1200);
-    for (int i = 0; i < 250; ++i) {
-        for (uint8_t& b : bytes)
-            b = static_cast<uint8_t>(random());
-        random.discard(300);
+    for (int i = 0; i < 250; ++i, random.discard(300)) {
+        std::generate(bytes.begin(), bytes.end(), [&random] { return uint8_t(random()); });
         ASSERT_EQ(runNumberBagScript(bytes.data(), bytes.size()), "") << "script " << i;
     }
 }
 
 bool isEmpty(NumberBag& bag) {
     unsigned long n = 3;
-    unsigned long const all = 0xFFFFFFFF;
-    return !(bag.getNumber(&n) || bag.getNumber(9ul) || bag.getNumberRoundRobin(&n) ||
-             bag.getNumberInRange(0, all, &n) || bag.getNumberInRangeRoundRobin(0, all, &n) ||
-             bag.getNumberPairInRangeRoundRobin(0, all, &n) || bag.returnNumber(9) ||
-             bag.isInBag(10) || n != 3);
+    bool any = bag.returnNumber(9) || bag.isInBag(10) || bag.getNumber(9ul);
+    for (uint32_t op : {0u, 2u, 3u, 4u, 5u})
+        any = any || bagStep(bag, op, 0, 0xFFFFFFFF, n);
+    return !any && n == 3;
 }
 
 // A bag whose bitmap could not be allocated is empty; numbers and lower bounds wider than
-// 32 bits lie beyond every range; pairs start at even offsets.
-TEST(NumberBagTest, WithoutBitmapBeyond32BitsAndPairStarts) {
-    int injected = sweepAllocationFailures([&](AllocationFault& fault, bool& failed) {
-        fault.arm();
-        NumberBag bag(100, 163);
-        failed = fault.disarm();
-        EXPECT_EQ(isEmpty(bag), failed);
-        // 64 numbers fill two words exactly; the third stays empty. One more word summarises them.
-        EXPECT_TRUE(failed || lastAllocationSize() == (3 + 1) * sizeof(uint32_t));
-    });
-    EXPECT_EQ(injected, 2);
+// 32 bits lie beyond every range; without a cursor nothing is taken.
+TEST(NumberBagTest, WithoutBitmapBeyond32BitsAndNoCursor) {
+    EXPECT_EQ(sweepAllocationFailures([&](AllocationFault& fault, bool& failed) {
+                  fault.arm();
+                  NumberBag bag(100, 163);
+                  failed = fault.disarm();
+                  EXPECT_EQ(isEmpty(bag), failed);
+              }),
+              2);
     unsigned long n = 5;
-    EXPECT_FALSE(NumberBag(0, 0).getNumberPairInRangeRoundRobin(0, 0, &n) || n != 5);
-    // No cursor, and a cursor that is no pair's start: the next pair after it.
-    NumberBag bag(0, 63);
-    EXPECT_FALSE(bag.getNumber(static_cast<unsigned long*>(nullptr)));
-    EXPECT_TRUE(bag.getNumberPairInRangeRoundRobin(0, 63, &(n = 1)) && n == 4);
+    EXPECT_FALSE(NumberBag(0, 63).getNumber(static_cast<unsigned long*>(nullptr)));
     if (sizeof(unsigned long) > 4) {
         auto const beyond = static_cast<unsigned long>(0x100000005ull);
         NumberBag top(0xFFFFFFF0, beyond), far(beyond, beyond);
@@ -57,25 +48,6 @@ TEST(NumberBagTest, WithoutBitmapBeyond32BitsAndPairStarts) {
         EXPECT_TRUE(top.getNumberInRange(0xFFFFFFFF, beyond, &n) && n == 0xFFFFFFFF);
         EXPECT_TRUE(isEmpty(far));
     }
-}
-
-// Lowest-first searches skip runs of taken words several at a time: one free number placed
-// at every word position of a full bag, around each group of words and in the words left
-// over after the last whole group, must be the one found, and never one past the bound.
-TEST(NumberBagTest, SkipsLongTakenRunsToTheFirstFreeNumber) {
-    unsigned long const last = 1000 + 32 * 21 + 4; // 21 whole words, a partial one, a spare
-    NumberBag bag(1000, last);
-    unsigned long n = 0;
-    for (unsigned long v = 1000; v <= last; ++v)
-        ASSERT_TRUE(bag.getNumber(v));
-    for (unsigned long v = 1000; v <= last; v += 13) {
-        ASSERT_TRUE(bag.returnNumber(v));
-        EXPECT_FALSE(bag.getNumberInRange(1000, v - 1, &n)) << v;
-        EXPECT_TRUE(bag.getNumberInRange(500 + v / 2, last, &n) && n == v);
-        ASSERT_TRUE(bag.returnNumber(v));
-        EXPECT_TRUE(bag.getNumber(&n) && n == v);
-    }
-    EXPECT_FALSE(bag.getNumber(&n));
 }
 
 } // namespace

@@ -1,6 +1,5 @@
-// What the MD5, SHA-1 and HMAC tests share: seeded messages, hex, random splits, the oracle
-// grid (OpenSSL natively; on the device, which has no oracle, fingerprints of the digests
-// the native run checked), published vectors and a hash that records its calls.
+// Shared by the hash tests: seeded messages, random splits, the oracle grid (OpenSSL natively,
+// on the device fingerprints of what the native run checked) and a hash recording its calls.
 #ifndef ORVIK_TESTS_CRYPTO_CRYPTO_CHECKS_H
 #define ORVIK_TESTS_CRYPTO_CRYPTO_CHECKS_H
 
@@ -86,9 +85,7 @@ inline Bytes openssl(bool sha1, Bytes const& data, Bytes const* key = nullptr) {
 // state of a new context. The HMAC shares the grid's messages, so it is checked here too.
 template <typename Hash> void checkGrid(uint64_t recorded, char const* wipedState) {
     [[maybe_unused]] bool const sha1 = std::is_same<Hash, Sha1HashContext>::value;
-    std::vector<std::size_t> lengths{1000u, 4095u, 4096u, 4097u, 65543u, 1048589u};
-    for (std::size_t n = 0; n <= 302; ++n)
-        lengths.push_back(n);
+    std::size_t const large[] = {1000u, 4095u, 4096u, 4097u, 65543u, 1048589u};
     Hash context, inner;
     uint32_t const complete = context.getCompleteHashLength();
     HmacContext hmac(&inner);
@@ -96,14 +93,14 @@ template <typename Hash> void checkGrid(uint64_t recorded, char const* wipedStat
                 hmac.getCompleteHashLength() == complete);
     std::mt19937 rng(11u);
     uint64_t fnv = 14695981039346656037ull;
-    for (std::size_t n : lengths) {
+    for (std::size_t i = 0; i < 6 + 303; ++i) {
+        std::size_t const n = i < 6 ? large[i] : i - 6;
         Bytes const data = message(n, uint32_t(n)), key = message(n % 201, uint32_t(n + 1000));
         unsigned long const asked = n % 25 == 24 ? 100 : n % 25;
         uint32_t const written = asked == 0 || asked > complete ? complete : uint32_t(asked);
         Bytes truncated(complete + 1, 0xEE), digest(complete), code(complete + 1, 0xEE);
-        Bytes shifted(n + 1); // at an odd address, whole blocks are loaded byte by byte
-        for (std::size_t i = 0; i < n; ++i)
-            shifted[i + 1] = data[i];
+        Bytes shifted(1); // at an odd address, whole blocks are loaded byte by byte
+        shifted.insert(shifted.end(), data.begin(), data.end());
         ASSERT_EQ(context.initialize(asked), 0);
         context.hash(shifted.data() + 1, n);
         context.getHash(truncated.data());
@@ -141,9 +138,7 @@ inline std::string digestOf(HashContext& hash, std::string const& key, std::stri
     HmacContext hmac(&hash);
     Bytes const k(key.begin(), key.end()), t(text.begin(), text.end());
     Bytes out(hash.getCompleteHashLength());
-    hash.initialize(0);
-    if (!k.empty())
-        hmac.initialize(k.data(), k.size(), 0);
+    k.empty() ? hash.initialize(0) : hmac.initialize(k.data(), k.size(), 0);
     k.empty() ? hash.hash(t.data(), t.size()) : hmac.hash(t.data(), t.size());
     k.empty() ? hash.getHash(out.data()) : hmac.getHash(out.data());
     return hex(out);

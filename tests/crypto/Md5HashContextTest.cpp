@@ -1,5 +1,4 @@
-// MD5 against OpenSSL (and HMAC-MD5 on the same grid), published vectors, 2^32-bit counts
-// and the padding fed through the object's own hash.
+// MD5 on the OpenSSL grid (HMAC too), published vectors, 2^32-bit counts and the padding.
 #include "crypto/CryptoChecks.h"
 
 using namespace orvik_test;

@@ -1,5 +1,4 @@
-// SHA-1 against OpenSSL (and HMAC-SHA-1 on the same grid), published vectors, 2^32-bit
-// counts and the padding fed through the object's own hash.
+// SHA-1 on the OpenSSL grid (HMAC too), published vectors, 2^32-bit counts and the padding.
 #include "crypto/CryptoChecks.h"
 
 using namespace orvik_test;
@@ -32,9 +31,8 @@ TEST(Sha1HashContextTest, PaddingAndSelfTestGoThroughTheOverriddenHash) {
     for (std::size_t n : {0u, 3u, 55u, 56u, 63u, 64u, 119u, 120u, 200u}) {
         Bytes padding, count;
         std::vector<Bytes> const calls = finalisingCalls<Sha1HashContext>(n, padding, count);
-        std::vector<Bytes> expected;
-        for (unsigned char byte : padding)
-            expected.push_back(Bytes(1, byte));
+        std::vector<Bytes> expected(padding.size(), Bytes(1, 0));
+        expected[0][0] = 0x80;
         expected.push_back(Bytes(count.rbegin(), count.rend()));
         EXPECT_EQ(calls, expected) << n;
     }
