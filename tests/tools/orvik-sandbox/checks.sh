@@ -52,7 +52,10 @@ expect "model none" "$out" '^model 0 0$'
 # /proc is live: the process table sees what COMMAND starts. Without the seccomp filter
 # (under the emulator) it is a picture of the start.
 if [ ${#emulator[@]} -eq 0 ]; then
-    out=$(sandbox -- sh -c "sleep 77 & sleep 77 & $(run_probe processes); ps -e -o pid=,args=")
+    # The probe runs once both children have become "sleep" (5 s at most): under load a
+    # forked child can still be a copy of the shell when the probe reads the table.
+    wait_both='i=0; while [ "$(pgrep -xc sleep)" != 2 ] && [ $i -lt 250 ]; do sleep 0.02; i=$((i + 1)); done'
+    out=$(sandbox -- sh -c "sleep 77 & sleep 77 & $wait_both; $(run_probe processes); ps -e -o pid=,args=")
     expect proc "$out" '^processes 2$'
     expect proc "$out" '^ +1 '
     expect proc "$out" 'sleep 77'
