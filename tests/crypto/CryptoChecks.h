@@ -99,8 +99,8 @@ template <typename Hash> void checkGrid(uint64_t recorded, char const* wipedStat
         unsigned long const asked = n % 25 == 24 ? 100 : n % 25;
         uint32_t const written = asked == 0 || asked > complete ? complete : uint32_t(asked);
         Bytes truncated(complete + 1, 0xEE), digest(complete), code(complete + 1, 0xEE);
-        Bytes shifted(1); // at an odd address, whole blocks are loaded byte by byte
-        shifted.insert(shifted.end(), data.begin(), data.end());
+        Bytes shifted(n + 1); // at an odd address, whole blocks are loaded byte by byte
+        std::copy_n(data.data(), n, shifted.data() + 1);
         ASSERT_EQ(context.initialize(asked), 0);
         context.hash(shifted.data() + 1, n);
         context.getHash(truncated.data());
