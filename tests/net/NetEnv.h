@@ -1,6 +1,5 @@
-// Packets as hex text, and the probes' world, built once per suite: a receiver at /dev/log,
-// the sandbox's device network without a default route (wan0 10.0.0.2/24, the gateway
-// 10.0.0.1, the far host 192.0.2.1 behind it), gw0 and far0 captured.
+// Packets as hex, and the probes' world, built once per suite: /dev/log served, the sandbox's
+// network without a default route (wan0 10.0.0.2, gateway 10.0.0.1, far 192.0.2.1), captured.
 #ifndef ORVIK_TESTS_NET_NET_ENV_H
 #define ORVIK_TESTS_NET_NET_ENV_H
 

@@ -114,10 +114,8 @@ TEST_F(RawPingEnvTest, EthernetPathThroughTheGateway) {
     EXPECT_EQ(probe("wan0", "192.0.2.1", "10.0.0.1"), "1");
     auto const atGateway = echoRequests(world->onGateway, 3), atFar = echoRequests(world->onFar, 2);
     ASSERT_TRUE(atGateway.size() == 3 && atFar.size() == 2);
-    EXPECT_EQ(hex(atGateway[0]).substr(32, 8), "0a000005");
     std::string const pattern = "4500001c000040004001....0a000002c00002010800........0001";
     EXPECT_EQ(hex(atGateway[1], pattern) + hex(atGateway[2], pattern), pattern + pattern);
-    EXPECT_EQ(atFar[1][8], 63); // forwarded once
     // A silent far host; then an incomplete entry, never used: the query exchange finds no answer.
     ASSERT_TRUE(world->device.ip("neigh add 10.0.0.9 dev wan0 nud incomplete") &&
                 silence(world->net->far, true))
