@@ -1,7 +1,5 @@
-// What the net tests share: packets as hex text, and the world of the probes' kernel-facing
-// tests, built once per suite: a private mount namespace with a receiver at /dev/log, and
-// the sandbox's device network without a default route (wan0 10.0.0.2/24 to the gateway
-// 10.0.0.1, the far host 192.0.2.1 behind it), gw0 and far0 captured.
+// Packets as hex, and the probes' world, built once per suite: /dev/log served, the sandbox's
+// network without a default route (wan0 10.0.0.2, gateway 10.0.0.1, far 192.0.2.1), captured.
 #ifndef ORVIK_TESTS_NET_NET_ENV_H
 #define ORVIK_TESTS_NET_NET_ENV_H
 
@@ -42,9 +40,8 @@ protected:
         ~World() { close(onGateway), close(onFar), closelog(); }
     };
 
-    // Each test starts with nothing queued, answering hosts and no neighbour entries on the
-    // wan0 link, on neither side: the gateway's reachability probes for an earlier test's
-    // exchange would bring its own entry back into the device's table.
+    // Each test starts with nothing queued, answering hosts and no neighbour entries on either
+    // side of wan0: the gateway's own probes would bring an earlier test's entry back.
     void SetUp() override {
         std::string why;
         if (!world && (world = std::make_unique<World>())->device.entered() &&
