@@ -133,17 +133,6 @@ template <typename Hash> void checkGrid(uint64_t recorded, char const* wipedStat
     EXPECT_EQ(hex(wiped), wipedState);
 }
 
-// The digest of text, or with a key its HMAC, over hash.
-inline std::string digestOf(HashContext& hash, std::string const& key, std::string const& text) {
-    HmacContext hmac(&hash);
-    Bytes const k(key.begin(), key.end()), t(text.begin(), text.end());
-    Bytes out(hash.getCompleteHashLength());
-    k.empty() ? hash.initialize(0) : hmac.initialize(k.data(), k.size(), 0);
-    k.empty() ? hash.hash(t.data(), t.size()) : hmac.hash(t.data(), t.size());
-    k.empty() ? hash.getHash(out.data()) : hmac.getHash(out.data());
-    return hex(out);
-}
-
 // 2^29 bytes are 2^32 bits: the count's high word must carry, and initialize must clear it.
 // The zeros are a read-only anonymous mapping, which costs no memory; hashing allocates
 // none. The digest of 2^29 + 5 zero bytes fed in pieces of the given size.
