@@ -16,16 +16,8 @@ TEST(Sha1HashContextTest, MessagesOf2To29BytesAndMoreCountIntoTheHighWord) {
               "8e9aff269b0100da94e05015243e0a65c1399752");
 }
 
-// The padding one byte at a time and the big-endian count.
 TEST(Sha1HashContextTest, PaddingAndSelfTestGoThroughTheOverriddenHash) {
-    for (std::size_t n : {0u, 3u, 55u, 56u, 63u, 64u, 119u, 120u, 200u}) {
-        Bytes padding, count;
-        std::vector<Bytes> const calls = finalisingCalls<Sha1HashContext>(n, padding, count);
-        std::vector<Bytes> expected(padding.size(), Bytes(1, 0));
-        expected[0][0] = 0x80;
-        expected.push_back(Bytes(count.rbegin(), count.rend()));
-        EXPECT_EQ(calls, expected) << n;
-    }
+    checkFinalising<Sha1HashContext>(true);
 }
 
 } // namespace
