@@ -68,15 +68,13 @@ TEST(Base64Test, EncodesAsTheReferenceAndDecodesBackThroughForeignCharacters) {
 TEST(Base64Test, DecodesPartialGroupsStopsAtTheCapacityAndEncodesOverItsOwnText) {
     // clang-format off
     struct Row { char const* text; unsigned long capacity; int status; char const* bytes; } const rows[] = {
-        {"TWE", 3, 0, "Ma"}, {"TQ", 3, 0, "M"}, {"T", 3, 0, ""}, {"====", 0, 0, ""},
-        {"QQ==QQ==", 3, 0, "A\x04\x10"}, {"T W\r\nFuTWFu", 6, 0, "ManMan"}, {"TWFuTWFu", 5, -1, "ManMa"},
-        {"TWFuTW", 3, -1, "Man"}, {"TWFu TWFuTWFu", 7, -1, "ManManM"}, {"TWFu", 0, -1, ""}};
+        {"TWE", 3, 0, "Ma"}, {"TQ", 3, 0, "M"}, {"T", 3, 0, ""}, {"====", 0, 0, ""}, {"TWFuTWFu", 5, -1, "ManMa"},
+        {"TWFuTW", 3, -1, "Man"}, {"TWFu TWFuTWFu", 7, -1, "ManManM"}, {"TWFu", 0, -1, ""}, {"QQ==QQ==", 3, 0, "A\x04\x10"}};
     // clang-format on
     for (Row const& row : rows)
         EXPECT_EQ(decoded(row.text, row.capacity, row.status), row.bytes) << row.text;
     unsigned long length = 4;
-    EXPECT_EQ(Base64::decode(String("TWFu"), nullptr, length), -1);
-    EXPECT_EQ(length, 0u);
+    EXPECT_TRUE(Base64::decode(String("TWFu"), nullptr, length) == -1 && length == 0);
     unsigned char in[3] = {'M', 'a', 'n'}, out[4];
     Base64::encodeBlock(in, out, 3);
     EXPECT_EQ(std::string(out, out + 4), "TWFu");

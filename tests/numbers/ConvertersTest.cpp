@@ -43,8 +43,7 @@ TEST(ConvertersTest, HexPowersOfTwoAndDialStrings) {
     for (unsigned i = 0; i < 256; ++i)
         ASSERT_EQ(std::string(binToHexLut[i], 3),
                   (std::string{"0123456789abcdef"[i >> 4], "0123456789abcdef"[i & 15], '\0'}));
-    char out[12];
-    std::memset(out, '#', sizeof out);
+    char out[] = "############";
     convBinToHex(0x12345678u, out); // the bytes in memory order
     EXPECT_EQ(std::string(out, 12), std::string("0x78563412") + '\0' + '#');
     uint32_t const in[] = {0, 1, 2, 3, 5, 64, 65, 0x7FFFFFFF, 0x80000000, 0x80000001, 0xFFFFFFFF};
@@ -79,10 +78,9 @@ TEST(ConvertersTest, DateAndTimeReadAsSscanfReadsThem) {
         ASSERT_EQ(validateTime(t), time ? 0 : -1) << text;
     }
     // Values past 32 bits saturate as the device's 32-bit strtol does, on every host.
-    EXPECT_EQ(validateDate("4294969306-01-01") + validateTime("4294967308:00:00") +
-                  validateTime("18446744073709551621:00:00") + validateTime(nullptr) +
-                  validateDate(nullptr) + validateTimeString(nullptr),
-              -6);
+    EXPECT_EQ(-6, validateDate("4294969306-01-01") + validateTime("4294967308:00:00") +
+                      validateTime("18446744073709551621:00:00") + validateTime(nullptr) +
+                      validateDate(nullptr) + validateTimeString(nullptr));
 }
 
 // Text to number reads the first part into the top byte; number to text prints the bytes in
@@ -105,8 +103,7 @@ TEST(ConvertersTest, DottedAddressesConvertInTheirDeliberateByteOrders) {
         char out[16], expected[16]; // exactly the longest text, for the sanitizers
         std::snprintf(expected, sizeof expected, "%u.%u.%u.%u", a & 255, a >> 8 & 255,
                       a >> 16 & 255, a >> 24);
-        ASSERT_EQ(convIPUL2IPStr(a, out), 0);
-        ASSERT_STREQ(out, expected);
+        ASSERT_TRUE(convIPUL2IPStr(a, out) == 0 && std::string(out) == expected) << expected;
         uint32_t back = 0;
         ASSERT_TRUE(convIPStr2IPUl(out, &back) == 0 && back == __builtin_bswap32(a)) << out;
     }

@@ -40,8 +40,7 @@ uint32_t readReference(std::string const& text, bool withSign) {
 
 std::string shown(char const* result) { return result ? result : "null"; }
 
-// Refused texts (negative outside decimal, unknown radix, no buffer) read "null". The
-// longest text takes exactly 34 bytes.
+// Refusals (negative outside decimal, unknown radix, no buffer) show as "null".
 TEST(IntegerTextTest, RendersEveryRadixAsPositionalNotationAndRefusesTheRest) {
     std::mt19937 rng(3u);
     char longest[40], text[] = "abcde";
@@ -77,16 +76,14 @@ void checkText(std::string const& text, std::mt19937& rng) {
     ASSERT_EQ(value, T(readReference(text, std::numeric_limits<T>::is_signed))) << text;
     bool const canonical = text == std::to_string(value);
     int32_t status = 1;
-    ASSERT_EQ(valid(&status, text.c_str()), value);
-    ASSERT_EQ(status, canonical ? 0 : -1) << text;
+    ASSERT_TRUE(valid(&status, text.c_str()) == value && status == (canonical ? 0 : -1)) << text;
     // Bounds on the value or one off it; one off past a type's edge wraps to its other end.
     T const low = T(int64_t(value) + int(rng() % 3) - 1);
     T const high = T(int64_t(value) + int(rng() % 3) - 1);
     ASSERT_EQ(ranged(&status, text.c_str(), low, high), value);
     ASSERT_EQ(status, canonical && low <= value && value <= high ? 0 : -1);
-    EXPECT_EQ(int64_t(ranged(nullptr, "5", 1, 10)) + valid(&status, nullptr) + status +
-                  read(nullptr),
-              -1);
+    EXPECT_EQ(-1, int64_t(ranged(nullptr, "5", 1, 10)) + valid(&status, nullptr) + status +
+                      read(nullptr));
 }
 
 TEST(IntegerTextTest, ReadsAsTheReferenceAndValidatesExactlyTheCanonicalForms) {
@@ -99,8 +96,6 @@ TEST(IntegerTextTest, ReadsAsTheReferenceAndValidatesExactlyTheCanonicalForms) {
     for (int i = 0; i < 60000; ++i) {
         std::string text =
             std::to_string(int64_t(rng()) - int64_t(rng() >> rng() % 32)).substr(0, rng() % 12);
-        if (rng() % 4 == 0 && !text.empty())
-            text[rng() % text.size()] = "-0123456789"[rng() % 11];
         text = i < 14 ? edges[i] : i % 2 ? text : std::string(rng() % (i % 10 ? 14 : 60), ' ');
         for (char& c : text)
             c = c == ' ' && i >= 14 ? alphabet[rng() % (sizeof alphabet - 1)] : c;
