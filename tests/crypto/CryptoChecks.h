@@ -133,17 +133,6 @@ template <typename Hash> void checkGrid(uint64_t recorded, char const* wipedStat
     EXPECT_EQ(hex(wiped), wipedState);
 }
 
-// The digest of text, or with a key its HMAC, over hash.
-inline std::string digestOf(HashContext& hash, std::string const& key, std::string const& text) {
-    HmacContext hmac(&hash);
-    Bytes const k(key.begin(), key.end()), t(text.begin(), text.end());
-    Bytes out(hash.getCompleteHashLength());
-    k.empty() ? hash.initialize(0) : hmac.initialize(k.data(), k.size(), 0);
-    k.empty() ? hash.hash(t.data(), t.size()) : hmac.hash(t.data(), t.size());
-    k.empty() ? hash.getHash(out.data()) : hmac.getHash(out.data());
-    return hex(out);
-}
-
 // 2^29 bytes are 2^32 bits: the count's high word must carry, and initialize must clear it.
 // The zeros are a read-only anonymous mapping, which costs no memory; hashing allocates
 // none. The digest of 2^29 + 5 zero bytes fed in pieces of the given size.
@@ -176,27 +165,29 @@ public:
     bool deaf = false;
 };
 
-// The calls that finalising n seeded bytes makes through the object's own hash, with the
-// padding (0x80 and zeros up to 56 mod 64) and the little-endian bit count they should
-// hold. test() goes through the hash too, and must see a deaf one fail.
-template <typename Hash>
-std::vector<Bytes> finalisingCalls(std::size_t n, Bytes& padding, Bytes& count) {
-    padding.assign((n % 64 < 56 ? 56 : 120) - n % 64, 0);
-    padding[0] = 0x80;
-    count.resize(8);
-    for (unsigned i = 0; i < 8; ++i)
-        count[i] = static_cast<unsigned char>(uint64_t{n} * 8 >> (8 * i));
-    Bytes const data = message(n, 3u);
-    WatchedHash<Hash> hash;
-    unsigned char digest[20];
-    hash.initialize(0);
-    hash.hash(data.data(), n);
-    hash.getHash(digest);
-    std::vector<Bytes> const calls(hash.calls.begin() + 1, hash.calls.end());
-    EXPECT_EQ(hash.calls[0], data);
-    hash.deaf = true;
-    EXPECT_EQ(hash.test(), -1) << "a deaf hash passed its self-test";
-    return calls;
+// Finalising n seeded bytes feeds through the object's own hash the padding (0x80 and zeros
+// up to 56 mod 64), MD5 in one call and SHA-1 a byte per call, then the 64-bit bit count in
+// one call, MD5's little-endian and SHA-1's big-endian. test() goes through the hash too, and
+// must see a deaf one fail.
+template <typename Hash> void checkFinalising(bool sha1) {
+    for (std::size_t n : {0u, 3u, 55u, 56u, 63u, 64u, 119u, 120u, 200u}) {
+        std::size_t const padding = (n % 64 < 56 ? 56 : 120) - n % 64;
+        std::vector<Bytes> expected{message(n, 3u)};
+        expected.resize(sha1 ? padding + 1 : 2, Bytes(sha1 ? 1 : padding, 0));
+        expected[1][0] = 0x80;
+        expected.push_back(Bytes(8));
+        for (unsigned i = 0; i < 8; ++i)
+            expected.back()[sha1 ? 7 - i : i] =
+                static_cast<unsigned char>(uint64_t{n} * 8 >> (8 * i));
+        WatchedHash<Hash> hash;
+        unsigned char digest[20];
+        hash.initialize(0);
+        hash.hash(expected[0].data(), n);
+        hash.getHash(digest);
+        EXPECT_EQ(hash.calls, expected) << n;
+        hash.deaf = true;
+        EXPECT_EQ(hash.test(), -1) << "a deaf hash passed its self-test";
+    }
 }
 
 } // namespace orvik_test

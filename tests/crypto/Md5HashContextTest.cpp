@@ -1,4 +1,4 @@
-// MD5 on the OpenSSL grid (HMAC too), published vectors, 2^32-bit counts and the padding.
+// MD5 on the OpenSSL grid (HMAC too), 2^32-bit counts and the padding.
 #include "crypto/CryptoChecks.h"
 
 using namespace orvik_test;
@@ -9,16 +9,6 @@ TEST(Md5HashContextTest, AgreesWithOpensslForEveryLengthSplitKeyAndTruncation) {
     checkGrid<Md5HashContext>(0x4caae498dbeaaf4full, "b0e641c998cc3eae6fa2f8726d98cddd");
 }
 
-// From RFC 1321 appendix A.5.
-TEST(Md5HashContextTest, PublishedVectors) {
-    Md5HashContext md5;
-    EXPECT_EQ(digestOf(md5, "", ""), "d41d8cd98f00b204e9800998ecf8427e");
-    EXPECT_EQ(digestOf(md5, "",
-                       "1234567890123456789012345678901234567890123456789012345678901"
-                       "2345678901234567890"),
-              "57edf4a22be3c955ac49da2e2107b67a");
-}
-
 // Fed in pieces, so the low word of the count wraps between calls.
 TEST(Md5HashContextTest, MessagesOf2To29BytesAndMoreCountIntoTheHighWord) {
     Md5HashContext md5;
@@ -26,13 +16,8 @@ TEST(Md5HashContextTest, MessagesOf2To29BytesAndMoreCountIntoTheHighWord) {
               "53f83c490b7435d7e205466bfd984882");
 }
 
-// One padding run and the little-endian count.
 TEST(Md5HashContextTest, PaddingAndSelfTestGoThroughTheOverriddenHash) {
-    for (std::size_t n : {0u, 3u, 55u, 56u, 63u, 64u, 119u, 120u, 200u}) {
-        Bytes padding, count;
-        std::vector<Bytes> const calls = finalisingCalls<Md5HashContext>(n, padding, count);
-        EXPECT_EQ(calls, std::vector<Bytes>({padding, count})) << n;
-    }
+    checkFinalising<Md5HashContext>(false);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// SHA-1 on the OpenSSL grid (HMAC too), published vectors, 2^32-bit counts and the padding.
+// SHA-1 on the OpenSSL grid (HMAC too), 2^32-bit counts and the padding.
 #include "crypto/CryptoChecks.h"
 
 using namespace orvik_test;
@@ -9,16 +9,6 @@ TEST(Sha1HashContextTest, AgreesWithOpensslForEveryLengthSplitKeyAndTruncation) 
     checkGrid<Sha1HashContext>(0x0d7256243852b12eull, "0ffd8d43b4e33c7c53461bd10f27a5461050d90d");
 }
 
-// From FIPS 180-1 appendices A to C.
-TEST(Sha1HashContextTest, PublishedVectors) {
-    Sha1HashContext sha1;
-    EXPECT_EQ(digestOf(sha1, "", ""), "da39a3ee5e6b4b0d3255bfef95601890afd80709");
-    EXPECT_EQ(digestOf(sha1, "", "abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq"),
-              "84983e441c3bd26ebaae4aa1f95129e5e54670f1");
-    EXPECT_EQ(digestOf(sha1, "", std::string(1000000, 'a')),
-              "34aa973cd4c4daa4f61eeb2bdbad27316534016f");
-}
-
 // In one call, so the count's high word takes n >> 29.
 TEST(Sha1HashContextTest, MessagesOf2To29BytesAndMoreCountIntoTheHighWord) {
     Sha1HashContext sha1;
@@ -26,16 +16,8 @@ TEST(Sha1HashContextTest, MessagesOf2To29BytesAndMoreCountIntoTheHighWord) {
               "8e9aff269b0100da94e05015243e0a65c1399752");
 }
 
-// The padding one byte at a time and the big-endian count.
 TEST(Sha1HashContextTest, PaddingAndSelfTestGoThroughTheOverriddenHash) {
-    for (std::size_t n : {0u, 3u, 55u, 56u, 63u, 64u, 119u, 120u, 200u}) {
-        Bytes padding, count;
-        std::vector<Bytes> const calls = finalisingCalls<Sha1HashContext>(n, padding, count);
-        std::vector<Bytes> expected(padding.size(), Bytes(1, 0));
-        expected[0][0] = 0x80;
-        expected.push_back(Bytes(count.rbegin(), count.rend()));
-        EXPECT_EQ(calls, expected) << n;
-    }
+    checkFinalising<Sha1HashContext>(true);
 }
 
 } // namespace

@@ -5,38 +5,37 @@
 
 #include <cstdio>
 #include <cstring>
+#include <numeric>
 #include <random>
 #include <string>
-#include <vector>
 
 namespace {
 
-// Dumps into a buffer of the computed size: the dump fits it, and nothing is written past.
-std::string dump(std::vector<unsigned char> const& bytes, int32_t length, int32_t line) {
-    std::vector<uint32_t> words((bytes.size() + 3) / 4 + 1, 0xEEEEEEEEu);
-    std::memcpy(words.data(), bytes.data(), bytes.size());
+// Dumps the bytes 0, 1, 2 ... into a buffer of the computed size, checking it fits.
+std::string dump(int32_t length, int32_t line) {
+    uint32_t words[10]; // 40 bytes, so the sanitizers see a read past them
+    auto* const bytes = reinterpret_cast<unsigned char*>(words);
+    std::iota(bytes, bytes + sizeof words, static_cast<unsigned char>(0));
     int32_t const size = nbrOfChars_forDataChunk2String(length, line);
     std::string out(static_cast<std::size_t>(size) + 1, '#');
-    dataChunk2String(words.data(), &out[0], length, line);
+    dataChunk2String(words, &out[0], length, line);
     EXPECT_LE(std::strlen(out.c_str()) + 1, std::size_t(size)) << length << "/" << line;
     EXPECT_EQ(out.back(), '#');
     return out.c_str();
 }
 
+// A line ends after the word that reaches the line length; bytes past the length dump as 0.
 TEST(ConvertersTest, DumpsWordsInLinesWithinTheComputedSize) {
-    std::vector<unsigned char> bytes{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
-    EXPECT_EQ(dump(bytes, 16, 8), "0x00010203 0x04050607 \n0x08090a0b 0x0c0d0e0f \n\n");
-    EXPECT_EQ(dump(bytes, 8, 16), "0x00010203 0x04050607 \n");
+    EXPECT_EQ(dump(16, 8), "0x00010203 0x04050607 \n0x08090a0b 0x0c0d0e0f \n\n");
+    EXPECT_EQ(dump(6, 16), "0x00010203 0x04050000 \n");
+    EXPECT_EQ(dump(8, 0), "0x00010203 \n0x04050607 \n\n");
+    EXPECT_EQ(dump(0, 8), "\n");
     EXPECT_EQ(nbrOfChars_forDataChunk2String(16, 8), 49);
     EXPECT_EQ(nbrOfChars_forDataChunk2String(8, 16), 47);
-    // Bytes past the length are never read: they dump as zeros.
-    EXPECT_EQ(dump(bytes, 6, 8), "0x00010203 0x04050000 \n\n");
-    EXPECT_EQ(dump(bytes, 0, 8), "\n");
-    EXPECT_EQ(dump(bytes, 8, 0), "0x00010203 \n0x04050607 \n\n");
+    EXPECT_EQ(nbrOfChars_forDataChunk2String(INT32_MAX, 4), -1);
     for (int32_t length = -1; length <= 40; ++length)
         for (int32_t line = -5; line <= 20; ++line)
-            dump(std::vector<unsigned char>(40, 7), length, line);
-    EXPECT_EQ(nbrOfChars_forDataChunk2String(INT32_MAX, 4), -1);
+            dump(length, line);
     dataChunk2String(nullptr, nullptr, 8, 8); // no output: nothing is read
 }
 
@@ -44,8 +43,7 @@ TEST(ConvertersTest, HexPowersOfTwoAndDialStrings) {
     for (unsigned i = 0; i < 256; ++i)
         ASSERT_EQ(std::string(binToHexLut[i], 3),
                   (std::string{"0123456789abcdef"[i >> 4], "0123456789abcdef"[i & 15], '\0'}));
-    char out[12];
-    std::memset(out, '#', sizeof out);
+    char out[] = "############";
     convBinToHex(0x12345678u, out); // the bytes in memory order
     EXPECT_EQ(std::string(out, 12), std::string("0x78563412") + '\0' + '#');
     uint32_t const in[] = {0, 1, 2, 3, 5, 64, 65, 0x7FFFFFFF, 0x80000000, 0x80000001, 0xFFFFFFFF};
@@ -80,10 +78,9 @@ TEST(ConvertersTest, DateAndTimeReadAsSscanfReadsThem) {
         ASSERT_EQ(validateTime(t), time ? 0 : -1) << text;
     }
     // Values past 32 bits saturate as the device's 32-bit strtol does, on every host.
-    EXPECT_EQ(validateDate("4294969306-01-01") + validateTime("4294967308:00:00") +
-                  validateTime("18446744073709551621:00:00") + validateTime(nullptr) +
-                  validateDate(nullptr) + validateTimeString(nullptr),
-              -6);
+    EXPECT_EQ(-6, validateDate("4294969306-01-01") + validateTime("4294967308:00:00") +
+                      validateTime("18446744073709551621:00:00") + validateTime(nullptr) +
+                      validateDate(nullptr) + validateTimeString(nullptr));
 }
 
 // Text to number reads the first part into the top byte; number to text prints the bytes in
@@ -98,8 +95,7 @@ TEST(ConvertersTest, DottedAddressesConvertInTheirDeliberateByteOrders) {
     // clang-format on
     for (Row const& r : rows) {
         uint32_t value = 7;
-        EXPECT_EQ(convIPStr2IPUl(r.text, &value), r.status) << r.text;
-        EXPECT_EQ(value, r.value) << r.text;
+        EXPECT_TRUE(convIPStr2IPUl(r.text, &value) == r.status && value == r.value) << r.text;
     }
     std::mt19937 rng(17u);
     for (int i = 0; i < 3000; ++i) {
@@ -107,8 +103,7 @@ TEST(ConvertersTest, DottedAddressesConvertInTheirDeliberateByteOrders) {
         char out[16], expected[16]; // exactly the longest text, for the sanitizers
         std::snprintf(expected, sizeof expected, "%u.%u.%u.%u", a & 255, a >> 8 & 255,
                       a >> 16 & 255, a >> 24);
-        ASSERT_EQ(convIPUL2IPStr(a, out), 0);
-        ASSERT_STREQ(out, expected);
+        ASSERT_TRUE(convIPUL2IPStr(a, out) == 0 && std::string(out) == expected) << expected;
         uint32_t back = 0;
         ASSERT_TRUE(convIPStr2IPUl(out, &back) == 0 && back == __builtin_bswap32(a)) << out;
     }
