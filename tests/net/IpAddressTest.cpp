@@ -119,13 +119,13 @@ TEST(IpAddressTest, ClassifiesAGridOfAddressesAndPrefixes) {
 // The empty value answers nothing; copies are equal; the IPv6 entry points touch nothing.
 TEST(IpAddressTest, EmptyAndCopiesAreValues) {
     IpAddress const a(0x0A000001u, 0xFF000000u), &empty = IpAddress::EMPTY();
-    IpAddress b(a);
+    IpAddress b;
     unsigned long size = 99, word = 0;
     unsigned char bytes[16] = {0xAB};
     EXPECT_TRUE(empty.isEmpty() && &empty == &IpAddress::EMPTY() && !empty.isMaskValid(size) &&
                 empty.getNetMaskSize(size) == 0 && size == 0 && printed(empty) == "  " &&
                 IpAddress(String("0.0.0.0/0")).contains(empty)); // its version is not read
-    b = b;
+    b = a;
     EXPECT_TRUE(b == a && !(b != a) && IpAddress(0x0A000002u, 0xFF000000u) != a &&
                 &a.getV4IpAddrAsBinaryUInt32(word) == &word && word == 0x0A000001u &&
                 a.getV4NetAddrAsBinaryUInt32(word) == 0x0A000000u && word == 0x0A000000u &&
