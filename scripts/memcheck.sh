@@ -9,9 +9,9 @@
 # and exits non-zero on any error. Skipped, because they cannot run usefully under valgrind:
 #   *.MessagesOf2To29BytesAndMoreCountIntoTheHighWord  (MD5 and SHA-1) hash 2^29 bytes each,
 #       minutes under valgrind, and touch no heap memory
-#   *EnvTest*  the kernel-facing tests: their
-#       namespaces, raw sockets and forked children test the kernel, not the heap, and their
-#       deadlines are not meant for a 30-times slower process
+#   *EnvTest*  the kernel-facing tests: their namespaces, raw sockets and forked children
+#       test the kernel, not the heap, and their deadlines are not meant for a 30-times
+#       slower process
 set -u
 root=$(cd "$(dirname "$0")/.." && pwd)
 tree=${1:-${ORVIK_BUILD_ROOT:-$root/build}/memcheck}

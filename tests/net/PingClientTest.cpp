@@ -83,7 +83,7 @@ Bytes echo(ObservedClient const& client, uint32_t source, unsigned char type, in
 
 // Null arguments change nothing; every datagram queued is read until the reply, found after
 // the IP header's own length; empty, short ones and other replies are dropped.
-TEST(PingClientTest, FieldsNullArgumentsAndPolls) {
+TEST(PingClientTest, NullArgumentsChangeNothingAndPollsReadUntilTheReply) {
     ObservedClient client;
     uint16_t const seq = client.seq();
     EXPECT_EQ(client.sendSimplePing(nullptr, "10.0.0.1") +
